@@ -1,0 +1,206 @@
+#include "math/MathError.h"
+#include "support/MathErrorExpectations.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <log4cplus/appender.h>
+#include <log4cplus/hierarchy.h>
+#include <log4cplus/spi/loggingevent.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+using log4cplus::ERROR_LOG_LEVEL;
+using log4cplus::Logger;
+using testing::EndsWith;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+struct Record {
+    int level;
+    int line;
+    std::string file;
+    std::string message;
+};
+
+class RecordingAppender : public log4cplus::Appender {
+public:
+    ~RecordingAppender() override { destructorImpl(); }
+    void close() override { closed = true; }
+
+    std::vector<Record> records;
+
+protected:
+    void append(log4cplus::spi::InternalLoggingEvent const& event) override
+    {
+        records.push_back(
+            {event.getLogLevel(), event.getLine(), event.getFile(), event.getMessage()});
+    }
+};
+
+class ThrowingAppender : public RecordingAppender {
+protected:
+    void append(log4cplus::spi::InternalLoggingEvent const&) override
+    {
+        throw std::runtime_error("the log is broken");
+    }
+};
+
+// Attaches an appender to a logger for the life of this object.
+template <class AppenderType>
+class Attached {
+public:
+    explicit Attached(Logger const& logger) : _logger(logger) { _logger.addAppender(_holder); }
+    ~Attached() { _logger.removeAppender(_holder); }
+    Attached(Attached const&) = delete;
+    Attached& operator=(Attached const&) = delete;
+
+    std::vector<Record> const& records() const { return _appender->records; }
+
+private:
+    Logger _logger;
+    AppenderType* _appender = new AppenderType;
+    log4cplus::SharedAppenderPtr _holder{_appender};
+};
+
+class Errors : public testing::Test {
+protected:
+    Logger logger = Logger::getInstance("ErrorTest");
+    Attached<RecordingAppender> log{logger};
+};
+
+TEST_F(Errors, LogOnceWithMessageLevelAndPlace)
+{
+    Error const error(17, "somewhere/Place.cpp", "it went wrong", &logger, ERROR_LOG_LEVEL);
+
+    ASSERT_THAT(log.records(), SizeIs(1));
+    EXPECT_EQ(log.records()[0].message, "it went wrong");
+    EXPECT_EQ(log.records()[0].file, "somewhere/Place.cpp");
+    EXPECT_EQ(log.records()[0].line, 17);
+    EXPECT_EQ(log.records()[0].level, 40000);
+    EXPECT_STREQ(error.what(), "it went wrong");
+    EXPECT_STREQ(error.getFile(), "somewhere/Place.cpp");
+    EXPECT_EQ(error.getLine(), 17);
+}
+
+TEST_F(Errors, CopiesKeepTheMessageAndDoNotLog)
+{
+    auto original = std::make_unique<MathError>(1, "a.cpp", "first", &logger, ERROR_LOG_LEVEL);
+    MathError copy(*original);
+    MathError assigned(2, "b.cpp", "second", nullptr, ERROR_LOG_LEVEL);
+    assigned = *original;
+    MathError moved(std::move(*original));
+    EXPECT_STREQ(original->what(), "first");  // a moved-from error still reports
+
+    original.reset();
+    EXPECT_STREQ(copy.what(), "first");
+    EXPECT_STREQ(assigned.what(), "first");
+    EXPECT_EQ(assigned.getLine(), 1);
+    EXPECT_STREQ(moved.what(), "first");
+    EXPECT_THAT(log.records(), SizeIs(1));
+}
+
+TEST_F(Errors, RespectTheLevelOfTheLogger)
+{
+    logger.setLogLevel(log4cplus::FATAL_LOG_LEVEL);
+    Error const quiet(1, "a.cpp", "quiet", &logger, ERROR_LOG_LEVEL);
+    EXPECT_THAT(log.records(), IsEmpty());
+
+    FatalError const loud(1, "a.cpp", "loud", &logger, log4cplus::FATAL_LOG_LEVEL);
+    EXPECT_THAT(log.records(), SizeIs(1));
+    logger.setLogLevel(log4cplus::NOT_SET_LOG_LEVEL);
+}
+
+TEST_F(Errors, TolerateANullLoggerAndANullFile)
+{
+    MathFatalError const error(5, nullptr, "message", nullptr, ERROR_LOG_LEVEL);
+    EXPECT_STREQ(error.what(), "message");
+    EXPECT_STREQ(error.getFile(), "");
+}
+
+TEST_F(Errors, GetThroughABrokenLog)
+{
+    Attached<ThrowingAppender> const broken(logger);
+    try {
+        throw MathError(5, "a.cpp", "the real error", &logger, ERROR_LOG_LEVEL);
+    } catch (std::exception const& caught) {
+        EXPECT_STREQ(caught.what(), "the real error");
+    }
+}
+
+TEST(MathErrors, KeepTheirPlaceInTheHierarchy)
+{
+    static_assert(std::is_base_of_v<std::exception, Error>);
+    static_assert(std::is_base_of_v<Error, FatalError>);
+    static_assert(std::is_base_of_v<Error, MathError>);
+    static_assert(std::is_base_of_v<FatalError, MathFatalError>);
+    static_assert(!std::is_base_of_v<FatalError, MathError>);
+    static_assert(std::is_nothrow_copy_constructible_v<MathError>);
+    static_assert(std::is_nothrow_copy_assignable_v<MathFatalError>);
+    static_assert(sizeof(MathError) == sizeof(Error), "no data of its own");
+
+    EXPECT_THROW(measuremath::fail("x"), MathError);
+    EXPECT_THROW(measuremath::fail("x"), Error);
+    EXPECT_THROW(measuremath::fail("x"), std::exception);
+}
+
+TEST(MathErrors, FailureReachesTheMathLoggerOnceWithTheCallersPlace)
+{
+    Attached<RecordingAppender> const log(Logger::getInstance("Math"));
+
+    int const line = __LINE__ + 1;
+    EXPECT_MATH_ERROR(measuremath::require(1 > 2, "Bad order"), "Bad order");
+
+    ASSERT_THAT(log.records(), SizeIs(1));
+    EXPECT_EQ(log.records()[0].message, "Bad order");
+    EXPECT_EQ(log.records()[0].level, 40000);
+    EXPECT_EQ(log.records()[0].line, line);
+    EXPECT_EQ(log.records()[0].file, "tests/ErrorTest.cpp") << "relative to the source root";
+}
+
+TEST(MathErrors, RequireIsSilentWhenTheConditionHolds)
+{
+    Attached<RecordingAppender> const log(g_MathLogger);
+    EXPECT_NO_THROW(measuremath::require(true, "never"));
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(MathErrors, ReachAConfiguredRoot)
+{
+    Attached<RecordingAppender> const root(Logger::getRoot());
+    EXPECT_MATH_ERROR(measuremath::fail("for the root"), "for the root");
+    EXPECT_THAT(root.records(), SizeIs(1));
+}
+
+TEST(MathErrors, AreSilentInAnUnconfiguredProgram)
+{
+    ASSERT_THAT(Logger::getRoot().getAllAppenders(), IsEmpty());
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_MATH_ERROR(measuremath::fail("unheard"), "unheard");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+// An ordinary global's initialiser may already throw: the logger must stand by then.
+std::string const thrownBeforeMain = [] {
+    try {
+        measuremath::fail("early");
+    } catch (MathError const& error) {
+        return std::string(error.what());
+    }
+}();
+
+TEST(MathErrors, CanBeThrownBeforeMain)
+{
+    EXPECT_EQ(thrownBeforeMain, "early");
+    EXPECT_EQ(g_MathLogger.getName(), "Math");
+    EXPECT_TRUE(g_MathLogger.getAdditivity());
+}
+
+}  // namespace
