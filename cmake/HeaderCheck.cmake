@@ -10,7 +10,7 @@ function(measuremath_check_headers target)
             endif()
         endforeach()
         set(source ${CMAKE_CURRENT_BINARY_DIR}/headers/${name}.cpp)
-        file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${name}\"\n#include \"${name}\"\n")
+        file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${name}\"\n")
         list(APPEND sources ${source})
     endforeach()
 

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "math/Matrix.h"
+#include "math/Vector.h"
+
+#include <random>
+
+/// Test data that the seed alone determines; each test makes its own.
+class RandomData {
+public:
+    explicit RandomData(unsigned int seed) : _generator(seed) {}
+
+    /// Uniform over [low, high).
+    double uniform(double low, double high)
+    {
+        return std::uniform_real_distribution<double>(low, high)(_generator);
+    }
+
+    /// Uniform over {low, ..., high}.
+    int integer(int low, int high)
+    {
+        return std::uniform_int_distribution<int>(low, high)(_generator);
+    }
+
+    /// Normal with mean 0.
+    double normal(double sigma)
+    {
+        return std::normal_distribution<double>(0.0, sigma)(_generator);
+    }
+
+    /// `n` elements uniform over [low, high).
+    Vector vector(int n, double low = -1.0, double high = 1.0)
+    {
+        Vector v(n, Vector::NO_INIT);
+        for (double& value : v) value = uniform(low, high);
+        return v;
+    }
+
+    /// `rows` × `cols` elements uniform over [low, high).
+    Matrix matrix(int rows, int cols, double low = -1.0, double high = 1.0)
+    {
+        Matrix m(rows, cols, Matrix::NO_INIT);
+        for (double& value : m) value = uniform(low, high);
+        return m;
+    }
+
+private:
+    std::mt19937_64 _generator;
+};
