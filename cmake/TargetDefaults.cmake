@@ -10,7 +10,7 @@ function(measuremath_target_defaults target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-qual
         -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Wvla
         # Errors and logs name files relative to the source root, whatever machine built them.
         -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=

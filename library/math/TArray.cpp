@@ -1,0 +1,5 @@
+#include "math/TArray.h"
+
+template class TVector<double>;
+template class TVector<int>;
+template class TArray<double>;

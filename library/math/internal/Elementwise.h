@@ -1,0 +1,60 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+/// The loops over raw buffers that vectors and matrices share. Outputs may alias inputs element
+/// for element.
+namespace measuremath {
+
+/// out[i] = op(a[i]).
+template <class Op> void transform(double const* a, double* out, std::size_t n, Op op)
+{
+    for (std::size_t i = 0; i < n; ++i) out[i] = op(a[i]);
+}
+
+/// out[i] = op(a[i], b[i]).
+template <class Op>
+void transform(double const* a, double const* b, double* out, std::size_t n, Op op)
+{
+    for (std::size_t i = 0; i < n; ++i) out[i] = op(a[i], b[i]);
+}
+
+/// Sum of term(i) over i < n in four interleaved partial sums, which vectorise and round less.
+template <class Term> double sum(std::size_t n, Term term)
+{
+    double s[4] = {};
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4)
+        for (std::size_t k = 0; k < 4; ++k) s[k] += term(i + k);
+    double rest = 0.0;
+    for (; i < n; ++i) rest += term(i);
+    return ((s[0] + s[1]) + (s[2] + s[3])) + rest;
+}
+
+/// Sum of products.
+inline double dot(double const* a, double const* b, std::size_t n)
+{
+    return sum(n, [=](std::size_t i) { return a[i] * b[i]; });
+}
+
+/// Euclidean norm. When the plain sum of squares leaves the range where it is accurate, the
+/// elements are scaled by the largest of them first.
+inline double norm(double const* a, std::size_t n)
+{
+    double const squares = dot(a, a, n);
+    constexpr double tiny = 1e-280;  // squares below may have lost digits to underflow
+    constexpr double huge = 1e300;
+    if (squares > tiny && squares < huge) return std::sqrt(squares);
+
+    double largest = 0.0;
+    for (std::size_t i = 0; i < n; ++i) largest = std::max(largest, std::abs(a[i]));
+    if (!(largest > 0.0) || !std::isfinite(largest)) return std::sqrt(squares);
+    return largest * std::sqrt(sum(n, [=](std::size_t i) {
+               double const x = a[i] / largest;
+               return x * x;
+           }));
+}
+
+}  // namespace measuremath

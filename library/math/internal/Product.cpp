@@ -1,0 +1,51 @@
+#include "math/internal/Product.h"
+
+#include <algorithm>
+#include <cblas.h>
+#include <cstddef>
+
+namespace measuremath {
+namespace {
+
+// Below this number of multiplications the call of BLAS costs more than it saves.
+constexpr double blasFrom = 12.0 * 12.0 * 12.0;
+
+// Sizes known when compiled unroll completely; rotations and rigid transforms live here.
+template <int K, int N> void multiplyFixed(double const* a, double const* b, double* c, int m)
+{
+    for (int i = 0; i < m; ++i, a += K, c += N) {
+        double row[N];
+        for (int j = 0; j < N; ++j) row[j] = a[0] * b[j];
+        for (int k = 1; k < K; ++k)
+            for (int j = 0; j < N; ++j) row[j] += a[k] * b[k * N + j];
+        std::copy(row, row + N, c);
+    }
+}
+
+void multiplyPlain(double const* a, double const* b, double* c, int m, int k, int n)
+{
+    for (int i = 0; i < m; ++i, a += k, c += n) {
+        std::fill(c, c + n, 0.0);
+        double const* row = b;
+        for (int l = 0; l < k; ++l, row += n) {
+            double const factor = a[l];
+            for (int j = 0; j < n; ++j) c[j] += factor * row[j];
+        }
+    }
+}
+
+}  // namespace
+
+void multiply(double const* a, double const* b, double* c, int m, int k, int n)
+{
+    if (k == 3 && n == 3)
+        multiplyFixed<3, 3>(a, b, c, m);
+    else if (k == 4 && n == 4)
+        multiplyFixed<4, 4>(a, b, c, m);
+    else if (static_cast<double>(m) * k * n < blasFrom)
+        multiplyPlain(a, b, c, m, k, n);
+    else
+        cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, m, n, k, 1.0, a, k, b, n, 0.0, c, n);
+}
+
+}  // namespace measuremath
