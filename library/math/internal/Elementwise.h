@@ -39,6 +39,12 @@ inline double dot(double const* a, double const* b, std::size_t n)
     return sum(n, [=](std::size_t i) { return a[i] * b[i]; });
 }
 
+/// Whether no element is infinite or NaN: the product with 0 is 0 for all others.
+inline bool allFinite(double const* a, std::size_t n)
+{
+    return sum(n, [=](std::size_t i) { return a[i] * 0.0; }) == 0.0;
+}
+
 /// Euclidean norm. When the plain sum of squares leaves the range where it is accurate, the
 /// elements are scaled by the largest of them first.
 inline double norm(double const* a, std::size_t n)

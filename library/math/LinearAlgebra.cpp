@@ -1,0 +1,254 @@
+#include "math/LinearAlgebra.h"
+
+#include "math/internal/Elementwise.h"
+#include "math/internal/Lapack.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace lapack = measuremath::lapack;
+using measuremath::require;
+
+namespace {
+
+void requireSquare(Matrix const& A)
+{
+    require(A.getRow() == A.getCol(), "Invalid matrix size, need square matrix");
+}
+
+void requireShape(Matrix const& M, int rows, int cols, char const* message)
+{
+    require(M.getRow() == rows && M.getCol() == cols, message);
+}
+
+void requireSquareSystem(Matrix const& A, Vector const& b, Vector const& x)
+{
+    requireSquare(A);
+    require(b.getSize() == A.getRow(), "Invalid vector B size");
+    require(x.getSize() == A.getRow(), "Invalid vector X size");
+}
+
+// Place of element (i, j) in a buffer of rows of length `stride`.
+std::ptrdiff_t at(int i, int j, int stride)
+{
+    return static_cast<std::ptrdiff_t>(i) * stride + j;
+}
+
+// Of a symmetric matrix the part that is read.
+bool isUpperTriangleFinite(Matrix const& A)
+{
+    int const n = A.getRow();
+    double const* row = A.begin();
+    for (int i = 0; i < n; ++i, row += n)
+        if (!measuremath::allFinite(row + i, static_cast<std::size_t>(n - i))) return false;
+    return true;
+}
+
+bool failWithZeros(TVector<double>& output)
+{
+    output.zeroed();
+    return false;
+}
+
+// The factorisation A = Uᵀ · U in place; what lies below the diagonal stays.
+bool factorPositiveDefinite(Matrix& A)
+{
+    int const n = A.getRow();
+    return isUpperTriangleFinite(A) && lapack::checked(lapack::potrf('L', n, A.data(), n)) == 0;
+}
+
+// Eigenvectors come out in the rows.
+bool diagonalise(Matrix const& A, Vector& eigenValues, Matrix& eigenVectors)
+{
+    int const n = A.getRow();
+    Matrix copy = A;
+    TVector<int> support(2 * n);  // written for RANGE = 'A' too; of no use here
+    double* const a = copy.data();
+    double* const w = eigenValues.data();
+    double* const z = eigenVectors.data();
+    int* const isuppz = support.data();
+    int liwork = 0;
+    int const info = lapack::withWorkspace([&](double* work, int lwork) {
+        if (lwork < 0)
+            return lapack::syevr('L', n, a, n, w, z, n, isuppz, work, lwork, &liwork, -1);
+        TVector<int> iwork(liwork);
+        return lapack::syevr('L', n, a, n, w, z, n, isuppz, work, lwork, iwork.data(), liwork);
+    });
+    return info == 0;
+}
+
+}  // namespace
+
+void qrSolve(Matrix const& A, Vector const& b, Vector& x)
+{
+    int const m = A.getRow();
+    int const n = A.getCol();
+    require(m >= n, "Invalid matrix size, need m >= n");
+    require(b.getSize() == m, "Invalid vector B size");
+    require(x.getSize() == n, "Invalid vector X size");
+    if (A.empty()) return;
+    require(lapack::isFinite(A) && lapack::isFinite(b), lapack::badParameter);
+
+    Matrix At = A.transpose();
+    Vector B = b;
+    double* const a = At.data();
+    double* const rhs = B.data();
+    lapack::requireSuccess(lapack::withWorkspace([&](double* work, int lwork) {
+        return lapack::gels('N', m, n, 1, a, m, rhs, m, work, lwork);
+    }));
+    x.init(rhs, n);
+}
+
+void qr(Matrix const& A, Matrix& Q, Matrix& R)
+{
+    int const m = A.getRow();
+    int const n = A.getCol();
+    int const k = std::min(m, n);
+    requireShape(Q, m, k, "Invalid matrix Q size");
+    requireShape(R, k, n, "Invalid matrix R size");
+    lapack::requireDistinct(Q, R);
+    if (A.empty()) return;
+    require(lapack::isFinite(A), lapack::badParameter);
+
+    Matrix At = A.transpose();
+    Vector tau(k, Vector::NO_INIT);
+    double* const a = At.data();
+    double* const t = tau.data();
+    lapack::requireSuccess(lapack::withWorkspace(
+        [&](double* work, int lwork) { return lapack::geqrf(m, n, a, m, t, work, lwork); }));
+    R.zeroed();
+    double* const r = R.data();
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i <= std::min(j, k - 1); ++i) r[at(i, j, n)] = a[at(j, i, m)];
+
+    lapack::requireSuccess(lapack::withWorkspace(
+        [&](double* work, int lwork) { return lapack::orgqr(m, k, k, a, m, t, work, lwork); }));
+    Q = At(0, 0, k, m).transpose();
+}
+
+void lq(Matrix const& A, Matrix& L, Matrix& Q)
+{
+    int const m = A.getRow();
+    int const n = A.getCol();
+    int const k = std::min(m, n);
+    requireShape(L, m, k, "Invalid matrix L size");
+    requireShape(Q, k, n, "Invalid matrix Q size");
+    lapack::requireDistinct(L, Q);
+    if (A.empty()) return;
+    require(lapack::isFinite(A), lapack::badParameter);
+
+    Matrix At = A.transpose();
+    Vector tau(k, Vector::NO_INIT);
+    double* const a = At.data();
+    double* const t = tau.data();
+    lapack::requireSuccess(lapack::withWorkspace(
+        [&](double* work, int lwork) { return lapack::gelqf(m, n, a, m, t, work, lwork); }));
+    L.zeroed();
+    double* const l = L.data();
+    for (int j = 0; j < k; ++j)
+        for (int i = j; i < m; ++i) l[at(i, j, k)] = a[at(j, i, m)];
+
+    lapack::requireSuccess(lapack::withWorkspace(
+        [&](double* work, int lwork) { return lapack::orglq(k, n, k, a, m, t, work, lwork); }));
+    Q = At(0, 0, n, k).transpose();
+}
+
+bool luSolve(Matrix const& A, Vector const& b, Vector& x)
+{
+    requireSquareSystem(A, b, x);
+    if (A.empty()) return true;
+    if (!lapack::isFinite(A) || !lapack::isFinite(b)) return failWithZeros(x);
+
+    int const n = A.getRow();
+    Matrix factors = A;
+    double* const a = factors.data();
+    TVector<int> pivots(n);
+    int* const p = pivots.data();
+    if (lapack::checked(lapack::getrf(n, n, a, n, p)) != 0) return failWithZeros(x);
+    x.init(b);
+    lapack::requireSuccess(lapack::getrs('T', n, 1, a, n, p, x.data(), n));
+    return true;
+}
+
+bool luInverse(Matrix& A)
+{
+    requireSquare(A);
+    if (A.empty()) return true;
+    if (!lapack::isFinite(A)) return failWithZeros(A);
+
+    int const n = A.getRow();
+    double* const a = A.data();
+    TVector<int> pivots(n);
+    int* const p = pivots.data();
+    if (lapack::checked(lapack::getrf(n, n, a, n, p)) != 0) return failWithZeros(A);
+    lapack::requireSuccess(lapack::withWorkspace(
+        [&](double* work, int lwork) { return lapack::getri(n, a, n, p, work, lwork); }));
+    return true;
+}
+
+bool luInverse(Matrix const& A, Matrix& invA)
+{
+    requireShape(invA, A.getRow(), A.getCol(), "Invalid invA matrix size");
+    requireSquare(A);
+    invA = A;
+    return luInverse(invA);
+}
+
+bool eigenValuesVectors(Matrix const& A, Vector& eigenValues, Matrix& eigenVectors)
+{
+    int const n = A.getRow();
+    require(A.getCol() == n, "Matrix a should be square");
+    require(eigenValues.getSize() == n, "Invalid eigenValues vector size");
+    requireShape(eigenVectors, n, n, "Invalid eigenVectors matrix size");
+    if (A.empty()) return true;
+
+    if (!isUpperTriangleFinite(A) || !diagonalise(A, eigenValues, eigenVectors)) {
+        eigenVectors.zeroed();
+        return failWithZeros(eigenValues);
+    }
+    eigenVectors.transposeMyself();
+    return true;
+}
+
+bool posDefSolve(Matrix const& A, Vector const& b, Vector& x)
+{
+    requireSquareSystem(A, b, x);
+    if (A.empty()) return true;
+
+    int const n = A.getRow();
+    Matrix U = A;
+    if (!lapack::isFinite(b) || !factorPositiveDefinite(U)) return failWithZeros(x);
+    x.init(b);
+    lapack::requireSuccess(lapack::potrs('L', n, 1, U.data(), n, x.data(), n));
+    return true;
+}
+
+bool posDefDecomp(Matrix const& A, Matrix& U)
+{
+    requireSquare(A);
+    int const n = A.getRow();
+    requireShape(U, n, n, "Invalid U matrix size");
+    if (A.empty()) return true;
+
+    U = A;
+    if (!factorPositiveDefinite(U)) return failWithZeros(U);
+    double* row = U.data();
+    for (int i = 0; i < n; ++i, row += n) std::fill_n(row, i, 0.0);
+    return true;
+}
+
+bool posDefInverse(Matrix const& A, Matrix& invA)
+{
+    requireSquare(A);
+    int const n = A.getRow();
+    requireShape(invA, n, n, "Invalid invA matrix size");
+    if (A.empty()) return true;
+
+    invA = A;
+    if (!factorPositiveDefinite(invA)) return failWithZeros(invA);
+    double* const a = invA.data();
+    lapack::requireSuccess(lapack::potri('L', n, a, n));
+    for (int i = 1; i < n; ++i)
+        for (int j = 0; j < i; ++j) a[at(i, j, n)] = a[at(j, i, n)];
+    return true;
+}
