@@ -87,7 +87,7 @@ void Allocator::goingAway()
 
 void* Allocator::newBuffer(unsigned int size)
 {
-    if (size <= _inlineCapacity) return inlineBuffer();
+    if (_inlineCapacity != 0 && size <= _inlineCapacity) return inlineBuffer();
     return ::operator new[](size);
 }
 

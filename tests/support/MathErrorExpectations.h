@@ -15,8 +15,8 @@
             ADD_FAILURE() << #statement " throws nothing, expected MathError: " << (text);         \
         } catch (MathError const& mathError) {                                                     \
             EXPECT_STREQ(mathError.what(), (text)) << "thrown by " #statement;                     \
-        } catch (std::exception const& other) {                                                    \
-            ADD_FAILURE() << #statement " throws " << typeid(other).name() << ": " << other.what() \
+        } catch (std::exception const& otherError) {                                                    \
+            ADD_FAILURE() << #statement " throws " << typeid(otherError).name() << ": " << otherError.what() \
                           << ", expected MathError: " << (text);                                   \
         }                                                                                          \
     } while (false)
