@@ -1,13 +1,18 @@
-#include "math/MathError.h"
+#include "math/Matrix.h"
 #include "math/Version.h"
 
 #include <iostream>
 
 int main()
 {
+    Matrix const twice = Matrix(3, 3, Matrix::IDENTITY) * 2.0;
+    std::cout << "MeasureMath " << measuremath::versionString() << ": "
+              << (twice * Vector::of({1, 2, 3})).length() << '\n';
     try {
-        measuremath::fail("an error from the library");
+        std::cout << (twice * Vector(4)).length() << '\n';
     } catch (MathError const& error) {
-        std::cout << "MeasureMath " << measuremath::versionString() << ": " << error.what() << '\n';
+        std::cout << "Misuse: " << error.what() << '\n';
+        return 0;
     }
+    return 1;
 }
