@@ -1,11 +1,10 @@
 #include "math/MathError.h"
+#include "support/LogRecords.h"
 #include "support/MathErrorExpectations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <log4cplus/appender.h>
 #include <log4cplus/hierarchy.h>
-#include <log4cplus/spi/loggingevent.h>
 
 #include <cstdlib>
 #include <memory>
@@ -22,51 +21,12 @@ using log4cplus::Logger;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-struct Record {
-    int level;
-    int line;
-    std::string file;
-    std::string message;
-};
-
-class RecordingAppender : public log4cplus::Appender {
-public:
-    ~RecordingAppender() override { destructorImpl(); }
-    void close() override { closed = true; }
-
-    std::vector<Record> records;
-
-protected:
-    void append(log4cplus::spi::InternalLoggingEvent const& event) override
-    {
-        records.push_back(
-            {event.getLogLevel(), event.getLine(), event.getFile(), event.getMessage()});
-    }
-};
-
 class ThrowingAppender : public RecordingAppender {
 protected:
     void append(log4cplus::spi::InternalLoggingEvent const&) override
     {
         throw std::runtime_error("the log is broken");
     }
-};
-
-// Attaches an appender to a logger for the life of this object.
-template <class AppenderType>
-class Attached {
-public:
-    explicit Attached(Logger logger) : _logger(std::move(logger)) { _logger.addAppender(_holder); }
-    ~Attached() { _logger.removeAppender(_holder); }
-    Attached(Attached const&) = delete;
-    Attached& operator=(Attached const&) = delete;
-
-    std::vector<Record> const& records() const { return _appender->records; }
-
-private:
-    Logger _logger;
-    AppenderType* _appender = new AppenderType;
-    log4cplus::SharedAppenderPtr _holder{_appender};
 };
 
 class Errors : public testing::Test {
