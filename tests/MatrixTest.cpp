@@ -11,7 +11,10 @@
 
 namespace {
 
-double const* addressOf(Matrix const& m) { return m.begin(); }
+double const* addressOf(Matrix const& m)
+{
+    return m.begin();
+}
 
 void expectSame(Matrix const& actual, Matrix const& expected)
 {
@@ -100,7 +103,9 @@ TEST(Matrix, SumsAndScalars)
         expectSame(a + -b, difference);
         expectSame(2.0 * a, a + a);
         expectSame(a * 2.0, a + a);
-        if (n != 0) { EXPECT_EQ(sum[n - 1][n], a[n - 1][n] + b[n - 1][n]); }
+        if (n != 0) {
+            EXPECT_EQ(sum[n - 1][n], a[n - 1][n] + b[n - 1][n]);
+        }
     }
     Matrix const m = Matrix::of({{1, 2}, {3, 4}});
     Matrix scaled = m;

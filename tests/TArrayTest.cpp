@@ -23,7 +23,10 @@ TVector<double> counting(int n)
     return v;
 }
 
-double const* addressOf(TVector<double> const& v) { return v.begin(); }
+double const* addressOf(TVector<double> const& v)
+{
+    return v.begin();
+}
 
 // Opens the protected members.
 struct OpenAllocator : Allocator {
@@ -173,7 +176,8 @@ TEST(TVector, RefusesSizesThatNoBufferHolds)
     EXPECT_MATH_ERROR(TVector<double>(INT_MAX), "Invalid array size");
     EXPECT_MATH_ERROR(TVector<double>(UINT_MAX), "Invalid array size");
     EXPECT_MATH_ERROR(TVector<int>(std::numeric_limits<std::size_t>::max()), "Invalid array size");
-    EXPECT_MATH_ERROR(TVector<double>(std::numeric_limits<std::int64_t>::min()), "Invalid array size");
+    EXPECT_MATH_ERROR(TVector<double>(std::numeric_limits<std::int64_t>::min()),
+                      "Invalid array size");
     EXPECT_MATH_ERROR(Array(65536, 65536), "Invalid array size");
     EXPECT_MATH_ERROR(Array(-1, -1), "Invalid array size");
     EXPECT_MATH_ERROR(Array(4294967295U, 0U), "Invalid array size");

@@ -15,7 +15,10 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-double const* addressOf(Vector const& v) { return v.begin(); }
+double const* addressOf(Vector const& v)
+{
+    return v.begin();
+}
 
 void expectSame(Vector const& actual, Vector const& expected)
 {

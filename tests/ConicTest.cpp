@@ -1,0 +1,195 @@
+#include "math/Conic.h"
+#include "math/MathError.h"
+#include "support/LogRecords.h"
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double ulp = std::numeric_limits<double>::epsilon();
+constexpr double pi = 3.14159265358979323846;
+
+Vector quadOf(Vector const& cart)
+{
+    Vector quad;
+    ellipticCartToQuadParams(cart, quad);
+    return quad;
+}
+
+// Left-hand side of the ellipse's equation.
+double valueAt(Vector const& q, double x, double y)
+{
+    return x * x + q[0] * y * y + q[1] * x * y + q[2] * x + q[3] * y + q[4];
+}
+
+struct Ellipse {
+    double centre, ratio, angle;
+    Vector cart() const { return Vector::of({centre, -0.7 * centre, angle, 2.0, 2.0 / ratio}); }
+
+    // What five rounded coefficients leave of each parameter, relative to its size. The centre
+    // and F = x0² + ... cost the square of their ratio to the minor axis, the axes' own ratio
+    // costs its square.
+    double precision() const
+    {
+        double const distance = centre * ratio / 2.0;
+        return 32 * ulp * (distance * distance + ratio * ratio);
+    }
+
+    // Only the quadratic part counts; a nearly round ellipse has a vague angle.
+    double anglePrecision() const { return 16 * ulp * (ratio + 1.0 / (ratio - 1.0)); }
+};
+
+template <class Check>
+void forManyEllipses(Check check)
+{
+    for (double const centre : {0.0, 0.1, 1.0, 30.0, 1e3})
+        for (double const ratio : {1.01, 2.0, 20.0, 1e3})
+            for (int degrees = -89; degrees <= 89; degrees += 2)
+                check(Ellipse{centre, ratio, degrees * pi / 180.0});
+}
+
+TEST(Conic, CoefficientsHoldForThePointsOfTheEllipse)
+{
+    forManyEllipses([](Ellipse const& e) {
+        Vector const c = e.cart(), q = quadOf(c);
+        double const size = 1.0 + std::abs(q[0]) + std::abs(q[1]);  // of the quadratic part
+        for (double t = 0.0; t < 6.0; t += 0.5) {
+            double const u = c[3] * std::cos(t), v = c[4] * std::sin(t);
+            double const x = c[0] + u * std::cos(c[2]) - v * std::sin(c[2]);
+            double const y = c[1] + u * std::sin(c[2]) + v * std::cos(c[2]);
+            double const reach = std::abs(x) + std::abs(y) + 2.0;
+            EXPECT_NEAR(valueAt(q, x, y), 0.0, 8 * ulp * size * reach * reach) << c;
+        }
+    });
+}
+
+TEST(Conic, EllipseSurvivesItsCoefficients)
+{
+    forManyEllipses([](Ellipse const& e) {
+        Vector params = quadOf(e.cart());
+        ellipticQuadToCartParams(params, params);  // in place
+        Vector const c = e.cart();
+        EXPECT_NEAR(params[0], c[0], e.precision() * (e.centre + 2.0)) << c;
+        EXPECT_NEAR(params[1], c[1], e.precision() * (e.centre + 2.0)) << c;
+        EXPECT_NEAR(params[3], c[3], e.precision() * c[3]) << c;
+        EXPECT_NEAR(params[4], c[4], e.precision() * c[4]) << c;
+        EXPECT_NEAR(params[2], c[2], e.anglePrecision()) << c;
+    });
+}
+
+TEST(Conic, AnglesOfHalfATurnApartAreOneEllipse)
+{
+    Vector cart(1);  // gets its size
+    ellipticQuadToCartParams(quadOf(Vector::of({1, 2, 0.3 + pi, 1, 3})), cart);
+    EXPECT_TRUE(cart.equals(Vector::of({1, 2, 0.3, 3, 1}), 16 * ulp)) << cart;
+}
+
+TEST(Conic, TinyCrossTermStillTurnsTheAxes)
+{
+    Vector cart;
+    ellipticQuadToCartParams(Vector::of({4, 3e-12, 0, 0, -4}), cart);
+    EXPECT_NEAR(cart[2], -0.5e-12, 1e-26);  // tan 2θ = B / (1 - A)
+    ellipticQuadToCartParams(Vector::of({1, 1e-20, 0, 0, -4}), cart);
+    EXPECT_TRUE(cart.equals(Vector::of({0, 0, 0, 2, 2}), 4 * ulp)) << cart;
+}
+
+TEST(Conic, AxisAlignedEllipseIsWrittenButNotRead)
+{
+    Vector const quad = quadOf(Vector::of({0, 0, 0, 2, 1}));
+    EXPECT_EQ(quad, Vector::of({4, 0, 0, 0, -4}));
+    Vector cart = quad;
+    EXPECT_MATH_ERROR(ellipticQuadToCartParams(quad, cart), "quadParams[1] must not be 0");
+    EXPECT_EQ(cart, quad);
+}
+
+TEST(Conic, DecompositionMapsTheUnitCircleOntoTheEllipse)
+{
+    forManyEllipses([](Ellipse const& e) {
+        if (e.precision() > 1e-3) return;  // nothing to see at the fourth digit
+        Vector const q = quadOf(e.cart());
+        Matrix T(1, 1), R, S(5, 2);
+        ellipseDecomposition(q, T, R, S);
+
+        EXPECT_TRUE((R.transpose() * R).equals(Matrix(3, 3, Matrix::IDENTITY), 8 * ulp));
+        EXPECT_NEAR(R.determinant3x3(), 1.0, 8 * ulp);
+        EXPECT_NEAR(T[0][2], e.centre, e.precision() * (e.centre + 2.0));
+        EXPECT_NEAR(S[0][0], 2.0, 2.0 * e.precision());
+        EXPECT_NEAR(S[1][1] * e.ratio, 2.0, 2.0 * e.precision());
+        EXPECT_NEAR(std::tan(std::atan2(R[1][0], R[0][0]) - e.angle), 0.0, e.anglePrecision());
+        for (double t = 0.0; t < 6.0; t += 0.5) {
+            Vector const p = T * R * S * Vector::of({std::cos(t), std::sin(t), 1.0});
+            // Relative to the value at the centre.
+            double const scale = std::abs(valueAt(q, T[0][2], T[1][2]));
+            EXPECT_NEAR(valueAt(q, p[0], p[1]) / scale, 0.0, 32 * e.precision());
+        }
+    });
+}
+
+TEST(Conic, DecompositionLogsItsStepsAtDebugLevelOnly)
+{
+    Matrix T, R, S;
+    Vector const q = Vector::of({4, 0, 0, 0, -4});
+    LogRecorder const quiet(g_MathLogger, log4cplus::INFO_LOG_LEVEL);
+    ellipseDecomposition(q, T, R, S);
+    EXPECT_THAT(quiet.records(), testing::IsEmpty());
+
+    LogRecorder const log(g_MathLogger, 10000);
+    ellipseDecomposition(q, T, R, S);
+    ASSERT_THAT(log.records(), testing::SizeIs(4));
+    EXPECT_EQ(log.records()[0].message, "Row(1, 0)\nRow(0, 4)\n(-0, -0)");
+    EXPECT_EQ(log.records()[1].message,
+              "Translation matrix \nRow(1, 0, 0)\nRow(0, 1, 0)\nRow(0, 0, 1)\n");
+    EXPECT_THAT(log.records()[2].message, testing::StartsWith("Rotation matrix \nRow("));
+    EXPECT_EQ(log.records()[3].message,
+              "Scaling matrix \nRow(2, 0, 0)\nRow(0, 1, 0)\nRow(0, 0, 1)\n");
+    for (Record const& record : log.records()) {
+        EXPECT_EQ(record.level, 10000);
+        EXPECT_THAT(record.file, testing::EndsWith("math/Conic.cpp"));
+    }
+}
+
+TEST(Conic, WhatIsNoEllipseIsRefused)
+{
+    Vector const five = Vector::of({1, 2, 3, 4, 5});
+    Vector out = five;
+    auto const toCart = [&](double A, double B, double F) {
+        ellipticQuadToCartParams(Vector::of({A, B, 0, 0, F}), out);
+    };
+    EXPECT_MATH_ERROR(ellipticQuadToCartParams(Vector(4), out),
+                      "Wrong size of quadParams, must be 5");
+    char const* const notElliptic = "Wrong quadParams (D2<=0), check fonction definition";
+    EXPECT_MATH_ERROR(toCart(-1, 1, -1), notElliptic);  // hyperbola
+    EXPECT_MATH_ERROR(toCart(1, 2, -1), notElliptic);   // two parallel lines
+    EXPECT_MATH_ERROR(toCart(std::nan(""), 1, -1), notElliptic);
+    EXPECT_MATH_ERROR(toCart(1, 1, 1), "Wrong quadParams (K<0), check fonction definition");
+
+    auto const toQuad = [&](double a, double b) {
+        ellipticCartToQuadParams(Vector::of({1, 2, 0, a, b}), out);
+    };
+    EXPECT_MATH_ERROR(ellipticCartToQuadParams(Vector(6), out),
+                      "Wrong size of cartParams, must be 5");
+    EXPECT_MATH_ERROR(toQuad(2, 0), "Wrong quadParams (Q=0), check fonction definition");
+    EXPECT_MATH_ERROR(toQuad(2, -1), "Wrong cartParams, semi-axes must not be negative");
+    EXPECT_EQ(out, five);
+
+    Matrix T(2, 2), R, S;
+    auto const decompose = [&](double A, double B, double F) {
+        ellipseDecomposition(Vector::of({A, B, 0, 0, F}), T, R, S);
+    };
+    EXPECT_MATH_ERROR(ellipseDecomposition(Vector(4), T, R, S),
+                      "Wrong size of ellipse parameters, must be 5");
+    EXPECT_MATH_ERROR(decompose(-1, 0, -1), "Can't processed : wrong ellipse parameters");
+    EXPECT_MATH_ERROR(decompose(1, 2, -1), "Can't processed : wrong ellipse parameters");
+    EXPECT_MATH_ERROR(decompose(std::nan(""), 0, -1), "Can't processed : wrong ellipse parameters");
+    EXPECT_MATH_ERROR(decompose(1, 0, 0), "Can't processed decomposition, invalid conic");
+    EXPECT_MATH_ERROR(decompose(1, 0, 1), "Can't processed decomposition, invalid conic");
+    EXPECT_EQ(T, Matrix(2, 2));
+}
+
+}  // namespace

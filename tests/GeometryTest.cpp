@@ -1,0 +1,285 @@
+#include "math/CrossRatio.h"
+#include "math/Geometry.h"
+#include "math/LineUtils.h"
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <limits>
+
+namespace {
+
+constexpr double ulp = std::numeric_limits<double>::epsilon();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+Vector const v2 = Vector::of({1, 2});
+Vector const v3 = Vector::of({1, 2, 3});
+Vector const null3(3);
+
+TEST(Geometry, DistanceToALineIsThePlantedOneForDirectionsOfAnyLength)
+{
+    RandomData random(1);
+    for (double const scale : {1e-310, 1e-200, 1.0, 1e300}) {
+        for (int i = 0; i < 20; ++i) {
+            Vector const dir = random.vector(3);
+            Vector const across = dir.cross(random.vector(3));
+            Vector const onLine = random.vector(3, -10.0, 10.0);
+            Vector const point = onLine + random.uniform(-5.0, 5.0) * dir + across;
+            // 1e-310 keeps some 5 digits itself
+            double const tolerance = scale < 1e-300 ? 1e-4 : 64 * ulp;
+            EXPECT_NEAR(pointToLine3DDist(onLine, scale * dir, point), across.length(), tolerance);
+        }
+    }
+}
+
+TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
+{
+    RandomData random(2);
+    for (int degrees = -180; degrees <= 180; degrees += 5) {
+        double const angle = degrees * 3.14159265358979323846 / 180.0;
+        Vector const p = random.vector(2, -10.0, 10.0);
+        Vector const along = Vector::of({std::cos(angle), std::sin(angle)});
+        Vector const across = Vector::of({-along[1], along[0]});
+        double theta = 0.0, rho = 0.0;
+        computePolarLine(p, p + 3.0 * along, theta, rho);
+
+        constexpr double tolerance = 16 * ulp * 20;  // coordinates to 10, a few operations
+        EXPECT_NEAR(std::tan(theta - angle), 0.0, tolerance) << degrees;
+        EXPECT_LE(std::abs(theta), std::acos(0.0)) << degrees;
+        EXPECT_NEAR(pointToPolarLineDist(theta, rho, p - 2.0 * along), 0.0, tolerance) << degrees;
+        EXPECT_NEAR(pointToPolarLineDist(theta, rho, p + 7.0 * across), 7.0, tolerance) << degrees;
+    }
+}
+
+TEST(Geometry, PolarFormOfAVerticalLineIsExact)
+{
+    double theta = 0.0, rho = 0.0;
+    computePolarLine(v2, Vector::of({1, 5}), theta, rho);
+    EXPECT_EQ(theta, std::acos(0.0));
+    EXPECT_EQ(rho, 2.0 * std::cos(theta) - 1.0);
+    EXPECT_EQ(pointToPolarLineDist(theta, -1.0, Vector::of({4, 0})), 3.0);
+}
+
+TEST(Geometry, PlaneAndLineMeetOnBoth)
+{
+    RandomData random(3);
+    for (int i = 0; i < 100; ++i) {
+        Vector const normal = random.vector(3), dir = random.vector(3);
+        Vector const planPoint = random.vector(3), linePoint = random.vector(3);
+        Vector p = linePoint;  // the result may replace an argument
+        ASSERT_TRUE(planLineIntersection(planPoint, 1e-310 * normal, p, 1e300 * dir, p));
+        double const steepness = std::abs(normal.dot(dir)) / (normal.length() * dir.length());
+        // The normal of 1e-310 keeps some 5 digits.
+        EXPECT_NEAR((p - planPoint).dot(normal), 0.0, 1e-4 / steepness);
+        EXPECT_NEAR(pointToLine3DDist(linePoint, dir, p), 0.0, 32 * ulp / steepness);
+    }
+}
+
+TEST(Geometry, PlaneAndLineOfTheTextbook)
+{
+    Vector p = v3;
+    Vector const up = Vector::of({0, 0, 2});
+    Vector const start = Vector::of({1, 1, 5});
+    EXPECT_FALSE(planLineIntersection(null3, up, start, Vector::of({1, 0, 0}), p));
+    EXPECT_EQ(p, v3);
+    EXPECT_TRUE(planLineIntersection(null3, up, start, Vector::of({0, 0, -3}), p));
+    EXPECT_EQ(p, Vector::of({1, 1, 0}));
+}
+
+// Integers whose determinants need 62 bits: two plain products in double would lose them.
+TEST(LineUtils, IntersectionIsExactToTheLastDigitsHoweverSmallTheAngle)
+{
+    RandomData random(4);
+    constexpr int limit = 1 << 30;
+    for (int i = 0; i < 200; ++i) {
+        std::int64_t const a = random.integer(1, limit), b = random.integer(1, limit);
+        std::int64_t const c = random.integer(-limit, limit), f = random.integer(-limit, limit);
+        std::int64_t const d = a - random.integer(1, 3), e = b + random.integer(0, 3);
+        auto const line = [](std::int64_t x, std::int64_t y, std::int64_t z) {
+            return Vector::of({double(x), double(y), double(z)});
+        };
+        auto const quotient = [](std::int64_t n, std::int64_t m) {
+            return static_cast<double>(static_cast<long double>(n) / static_cast<long double>(m));
+        };
+        Vector p(2);
+        lineIntersection(line(a, b, c), line(d, e, f), p);
+        double const x = quotient(b * f - c * e, a * e - b * d);
+        double const y = quotient(c * d - a * f, a * e - b * d);
+        EXPECT_NEAR(p[0], x, 4 * ulp * std::abs(x));
+        EXPECT_NEAR(p[1], y, 4 * ulp * std::abs(y));
+    }
+}
+
+TEST(LineUtils, ParallelLinesAreRefusedAndLeaveThePointAlone)
+{
+    double const lines[][6] = {
+        {0, 1, 1, 0, 2, 5},   {3, 0, 1, -1, 0, 5}, {1, 2, 3, 2, 4, 7},
+        {1, -3, 1, 1, -3, 1}, {0, 0, 1, 1, 2, 3},  {1, 2, 3, 0, 0, 1},
+    };
+    for (auto const& l : lines) {
+        Vector p = v2;
+        EXPECT_MATH_ERROR(lineIntersection(Vector(l, 3), Vector(l + 3, 3), p),
+                          "Lines are parallel");
+        EXPECT_EQ(p, v2);
+    }
+}
+
+TEST(LineUtils, Line2DHoldsItsPointsAndIsNormalised)
+{
+    Vector line(3);
+    ptDir2DToCart2D(Vector::of({0, 3}), Vector::of({5, 0}), line);
+    EXPECT_EQ(line, Vector::of({0, 1, -3}));
+    ptDir2DToCart2D(Vector::of({2, 0}), Vector::of({0, 1}), line);
+    EXPECT_EQ(line, Vector::of({1, 0, -2}));
+    ptDir2DToCart2D(Vector::of({1e20, 1e20}), Vector::of({1, 1}), line);  // lost in point + dir
+    EXPECT_EQ(line, Vector::of({1, -1, 0}));
+
+    RandomData random(5);
+    for (int i = 0; i < 50; ++i) {
+        Vector const p = random.vector(2), dir = random.vector(2), q = p + dir;
+        ptDir2DToCart2D(p, dir, line);
+        double const tolerance = 8 * ulp * (std::abs(line[1]) + 1.0) / dir.length();
+        EXPECT_EQ(line[0], 1.0);
+        EXPECT_NEAR(p[0] + line[1] * p[1] + line[2], 0.0, tolerance);
+        EXPECT_NEAR(q[0] + line[1] * q[1] + line[2], 0.0, tolerance);
+    }
+}
+
+// The n-th vector of {-2, 0, 1}³: every zero pattern, with both signs.
+Vector pattern(int n)
+{
+    double const values[] = {-2.0, 0.0, 1.0};
+    return Vector::of({values[n % 3], values[n / 3 % 3], values[n / 9]});
+}
+
+TEST(LineUtils, TwoPlanesOfEveryZeroPatternMeetInTheirLineOrAreRefused)
+{
+    for (int i = 0; i < 27; ++i) {
+        for (int j = 0; j < 27; ++j) {
+            Vector const m = pattern(i), n = pattern(j), expected = m.cross(n);
+            double const d = 0.1 * i - 1.0, e = 2.0 - 0.3 * j;
+            Vector planes(8), point = v3, dir = v3;
+            planes(0, m)(4, n);
+            planes[3] = d;
+            planes[7] = e;
+            if (m == null3 || n == null3) {
+                EXPECT_MATH_ERROR(cart3DToPtDir3D(planes, point, dir), "No 3D line");
+            } else if (expected == null3) {
+                EXPECT_MATH_ERROR(cart3DToPtDir3D(planes, point, dir), "Lines are parallel");
+            } else {
+                cart3DToPtDir3D(planes, point, dir);
+                EXPECT_EQ(dir, expected) << m << n;
+                EXPECT_NEAR(m.dot(point) + d, 0.0, 64 * ulp) << m << n;  // terms up to 16
+                EXPECT_NEAR(n.dot(point) + e, 0.0, 64 * ulp) << m << n;
+                continue;
+            }
+            EXPECT_TRUE(point == v3 && dir == v3) << m << n;
+        }
+    }
+}
+
+TEST(LineUtils, PointAndDirectionSurviveTheTwoPlanes)
+{
+    for (int i = 0; i < 27; ++i) {
+        Vector const u = pattern(i);
+        Vector planes(8), point(3), dir(3);
+        if (u == null3) continue;
+        ptDir3DToCart3D(v3, 1e-3 * u, planes);
+        cart3DToPtDir3D(planes, point, dir);
+        EXPECT_NEAR(dir.cross(u).length(), 0.0, 16 * ulp * u.length()) << u;
+        EXPECT_NEAR(pointToLine3DDist(v3, u, point), 0.0, 32 * ulp) << u;
+    }
+}
+
+class CrossRatio : public testing::TestWithParam<int> {
+protected:
+    RandomData random{6};
+    Vector origin = random.vector(GetParam()), dir = random.vector(GetParam());
+    Vector at(double t) const { return origin + t * dir; }
+};
+
+TEST_P(CrossRatio, IsKeptByProjectionAndGivesTheFourthPointBack)
+{
+    constexpr double tolerance = 1e-13;  // gaps above a twentieth of the extent
+    auto const projection = [](double t) { return (3.0 * t - 1.0) / (0.2 * t + 7.0); };
+    int cell[] = {0, 1, 2, 3};
+    do {
+        double t[4];
+        for (int i = 0; i < 4; ++i) t[i] = cell[i] + random.uniform(0.0, 0.8);
+        double const k = (t[2] - t[0]) * (t[3] - t[1]) / ((t[2] - t[1]) * (t[3] - t[0]));
+        Vector const a = at(t[0]), b = at(t[1]), d = at(t[3]);
+        Vector c = at(t[2]);
+        EXPECT_NEAR(crossRatioFromPoint(a, b, c, d), k, tolerance * std::abs(k));
+        EXPECT_NEAR(crossRatioFromPoint(at(projection(t[0])), at(projection(t[1])),
+                                        at(projection(t[2])), at(projection(t[3]))),
+                    k, tolerance * std::abs(k));
+        pointFromCrossRatio(k, a, b, c, c);  // the result may replace an argument
+        EXPECT_NEAR((c - d).length(), 0.0, 100 * tolerance);
+    } while (std::next_permutation(cell, cell + 4));
+}
+
+TEST_P(CrossRatio, PointsThatDefineNoneAreRefused)
+{
+    Vector const a = at(0.0), b = at(1.0), c = at(3.0);
+    Vector d = at(7.0);
+    EXPECT_MATH_ERROR(crossRatioFromPoint(a, b, b, d), "Invalid cross Ratio points ");
+    EXPECT_MATH_ERROR(crossRatioFromPoint(a, b, c, a), "Invalid cross Ratio points ");
+    EXPECT_MATH_ERROR(pointFromCrossRatio(2.0, a, a, c, d), "Invalid cross Ratio points ");
+    EXPECT_EQ(d, at(7.0));
+}
+INSTANTIATE_TEST_SUITE_P(TwoAndThreeDimensions, CrossRatio, testing::Values(2, 3));
+
+TEST(CrossRatio, FourthPointAtInfinityIsRefused)
+{
+    Vector d(2);
+    Vector const a = Vector::of({0, 0}), b = Vector::of({1, 1}), c = Vector::of({3, 3});
+    EXPECT_MATH_ERROR(pointFromCrossRatio(1.5, a, b, c, d), "Invalid cross Ratio points ");
+    pointFromCrossRatio(infinity, a, b, c, d);  // and an infinite ratio puts it at a
+    EXPECT_EQ(d, a);
+}
+
+TEST(Geometry, WrongSizesAndNullVectorsAreRefusedInOrder)
+{
+    double theta = 0.0, rho = 0.0;
+    Vector p2 = v2, p3 = v3, v8(8);
+    struct Case {
+        std::function<void()> call;
+        char const* text;
+    } const cases[] = {
+        {[&] { pointToLine3DDist(v2, null3, v2); }, "Invalid Line vector size"},
+        {[&] { pointToLine3DDist(v3, null3, v2); }, "Invalid Point vector size"},
+        {[&] { pointToLine3DDist(v3, null3, v3); },
+         "Invalid Line direction vector, should not be null"},
+        {[&] { computePolarLine(v2, v3, theta, rho); }, "Invalid vector size"},
+        {[&] { pointToPolarLineDist(0, 0, v3); }, "Invalid vector size"},
+        {[&] { planLineIntersection(v2, v3, v2, v3, p2); }, "Invalid Plan vector size"},
+        {[&] { planLineIntersection(v3, null3, v2, v3, p2); }, "Invalid Line vector size"},
+        {[&] { planLineIntersection(v3, null3, v3, null3, p2); }, "Invalid Point vector size"},
+        {[&] { planLineIntersection(v3, null3, v3, null3, p3); },
+         "Invalid plane normal vector, should not be null"},
+        {[&] { planLineIntersection(v3, v3, v3, null3, p3); },
+         "Invalid line direction vector, should not be null"},
+        {[&] { lineIntersection(v2, v3, p2); }, "Invalid parameter size"},
+        {[&] { lineIntersection(v3, v3, p3); }, "Invalid parameter size"},
+        {[&] { ptDir2DToCart2D(v3, v2, p3); }, "Invalid parameter size"},
+        {[&] { ptDir2DToCart2D(v2, Vector(2), p2); }, "Invalid parameter size"},
+        {[&] { ptDir2DToCart2D(v2, Vector(2), p3); }, "Vector dir must not be null"},
+        {[&] { cart3DToPtDir3D(v3, p3, p3); }, "Invalid parameter size"},
+        {[&] { cart3DToPtDir3D(v8, p2, p3); }, "Invalid parameter size"},
+        {[&] { ptDir3DToCart3D(v2, v3, v8); }, "Invalid parameter size"},
+        {[&] { ptDir3DToCart3D(v3, null3, p3); }, "Invalid parameter size"},
+        {[&] { ptDir3DToCart3D(v3, null3, v8); }, "Vector dir must not be null"},
+        {[&] { crossRatioFromPoint(v2, v2, v2, v3); }, "Invalid vector size"},
+        {[&] { crossRatioFromPoint(v8, v8, v8, v8); }, "Invalid vector size"},
+        {[&] { pointFromCrossRatio(1, v3, v3, v3, p2); }, "Invalid vector size"},
+    };
+    for (Case const& c : cases) EXPECT_MATH_ERROR(c.call(), c.text);
+    EXPECT_TRUE(p2 == v2 && p3 == v3 && v8 == Vector(8));
+}
+
+}  // namespace
