@@ -7,7 +7,9 @@ packages=(
     ccache
     cmake
     g++
+    gnuplot-nox
     libbenchmark-dev
+    libcli11-dev
     libcminpack-dev
     libgmock-dev
     libgtest-dev
