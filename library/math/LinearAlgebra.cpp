@@ -2,6 +2,7 @@
 
 #include "math/internal/Elementwise.h"
 #include "math/internal/Lapack.h"
+#include "math/internal/Transpose.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -123,7 +124,7 @@ void qr(Matrix const& A, Matrix& Q, Matrix& R)
 
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::orgqr(m, k, k, a, m, t, work, lwork); }));
-    Q = At(0, 0, k, m).transpose();
+    measuremath::transpose(a, k, m, m, Q.data());
 }
 
 void lq(Matrix const& A, Matrix& L, Matrix& Q)
@@ -150,7 +151,7 @@ void lq(Matrix const& A, Matrix& L, Matrix& Q)
 
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::orglq(k, n, k, a, m, t, work, lwork); }));
-    Q = At(0, 0, n, k).transpose();
+    measuremath::transpose(a, n, k, m, Q.data());
 }
 
 bool luSolve(Matrix const& A, Vector const& b, Vector& x)

@@ -3,6 +3,7 @@
 #include "math/internal/Elementwise.h"
 #include "math/internal/Lapack.h"
 #include "math/internal/Product.h"
+#include "math/internal/Transpose.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -52,9 +53,10 @@ bool factor(Matrix const& A, char job, Matrix& Ut, Vector& S, Matrix& V)
     double* const s = S.data();
     double* const u = Ut.data();
     double* const v = V.data();
-    return lapack::withWorkspace([&](double* work, int lwork) {
-               return lapack::gesvd(job, job, m, n, a, m, s, u, m, v, ldvt, work, lwork);
-           }) == 0;
+    int const info = lapack::withWorkspace([&](double* work, int lwork) {
+        return lapack::gesvd(job, job, m, n, a, m, s, u, m, v, ldvt, work, lwork);
+    });
+    return info == 0 && lapack::isFinite(S);  // values can overflow where elements do not
 }
 
 bool factorInto(Matrix const& A, char job, Matrix& U, Vector& S, Matrix& V)
@@ -63,7 +65,7 @@ bool factorInto(Matrix const& A, char job, Matrix& U, Vector& S, Matrix& V)
     Matrix Ut(U.getCol(), U.getRow(), Matrix::NO_INIT);
     bool const converged = factor(A, job, Ut, S, V);
     if (converged) {
-        U = Ut.transpose();
+        measuremath::transpose(Ut.begin(), U.getCol(), U.getRow(), U.getRow(), U.data());
     } else {
         U.zeroed();
         S.zeroed();
@@ -115,9 +117,10 @@ bool overwriteByVt(Matrix& At, Vector& S)
     int const n = At.getRow();
     double* const a = At.data();
     double* const s = S.data();
-    return lapack::withWorkspace([&](double* work, int lwork) {
-               return lapack::gesvd('N', 'O', m, n, a, m, s, nullptr, 1, nullptr, 1, work, lwork);
-           }) == 0;
+    int const info = lapack::withWorkspace([&](double* work, int lwork) {
+        return lapack::gesvd('N', 'O', m, n, a, m, s, nullptr, 1, nullptr, 1, work, lwork);
+    });
+    return info == 0;
 }
 
 // Number of singular values above a threshold that is absolute and relative to the largest.

@@ -3,6 +3,7 @@
 #include "math/LinearAlgebra.h"
 #include "math/internal/Elementwise.h"
 #include "math/internal/Product.h"
+#include "math/internal/Transpose.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,22 +22,6 @@ void requireSameDimensions(Matrix const& a, Matrix const& b)
 bool isSquare(Matrix const& m)
 {
     return m.getRow() == m.getCol();
-}
-
-// Block by block, so that both sides stay in the cache.
-void transposeInto(double const* in, int rows, int cols, double* out)
-{
-    constexpr int block = 16;
-    for (int r0 = 0; r0 < rows; r0 += block) {
-        int const rEnd = std::min(r0 + block, rows);
-        for (int c0 = 0; c0 < cols; c0 += block) {
-            int const cEnd = std::min(c0 + block, cols);
-            for (int r = r0; r < rEnd; ++r)
-                for (int c = c0; c < cEnd; ++c)
-                    out[static_cast<std::ptrdiff_t>(c) * rows + r] =
-                        in[static_cast<std::ptrdiff_t>(r) * cols + c];
-        }
-    }
 }
 
 }  // namespace
@@ -209,7 +194,7 @@ Vector operator*(Matrix const& m, Vector const& v)
 Matrix Matrix::transpose() const
 {
     Matrix result(getCol(), getRow(), NO_INIT);
-    transposeInto(begin(), getRow(), getCol(), result.begin());
+    measuremath::transpose(begin(), getRow(), getCol(), getCol(), result.begin());
     return result;
 }
 
