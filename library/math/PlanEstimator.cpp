@@ -1,6 +1,7 @@
 #include "math/PlanEstimator.h"
 
 #include "math/SVDSolver.h"
+#include "math/internal/Elementwise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,11 +42,6 @@ Matrix systemOf(std::vector<Vector> const& coll)
     return system;
 }
 
-bool isFinite(Matrix const& m)
-{
-    return std::all_of(m.begin(), m.end(), [](double x) { return std::isfinite(x); });
-}
-
 }  // namespace
 
 PlanEstimator::PlanEstimator() : _solver(std::make_unique<SVDSolver>()) { init(4, 4); }
@@ -71,7 +67,7 @@ void PlanEstimator::setDataColl(std::vector<Vector> const& dataColl)
 bool PlanEstimator::computeEstimation(std::vector<Vector> const& dataColl)
 {
     Matrix const system = systemOf(dataColl);
-    if (!isFinite(system)) return false;
+    if (!measuremath::allFinite(system.begin(), system.size())) return false;
     _solver->solve(system);
     if (_solver->getMatRank() < 3) return false;
 

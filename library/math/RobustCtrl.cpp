@@ -121,7 +121,7 @@ void RobustCtrl::collectInliers(std::vector<Vector>& inliers) const
     require(isOut.size() == data.size(), "Call robustEstimation before use");
 
     inliers.clear();
-    inliers.reserve(data.size());
+    inliers.reserve(static_cast<std::size_t>(std::count(isOut.begin(), isOut.end(), false)));
     for (std::size_t i = 0; i < data.size(); ++i)
         if (!isOut[i]) inliers.push_back(data[i]);
 }
