@@ -50,40 +50,6 @@ struct Regression {
     double digits;  // half a digit below what LAPACK's QR least squares gives
 };
 
-Regression longley()
-{
-    Matrix const table = Matrix::of({
-        {60323, 83.0, 234289, 2356, 1590, 107608, 1947},
-        {61122, 88.5, 259426, 2325, 1456, 108632, 1948},
-        {60171, 88.2, 258054, 3682, 1616, 109773, 1949},
-        {61187, 89.5, 284599, 3351, 1650, 110929, 1950},
-        {63221, 96.2, 328975, 2099, 3099, 112075, 1951},
-        {63639, 98.1, 346999, 1932, 3594, 113270, 1952},
-        {64989, 99.0, 365385, 1870, 3547, 115094, 1953},
-        {63761, 100.0, 363112, 3578, 3350, 116219, 1954},
-        {66019, 101.2, 397469, 2904, 3048, 117388, 1955},
-        {67857, 104.6, 419180, 2822, 2857, 118734, 1956},
-        {68169, 108.4, 442769, 2936, 2798, 120445, 1957},
-        {66513, 110.8, 444546, 4681, 2637, 121950, 1958},
-        {68655, 112.6, 482704, 3813, 2552, 123366, 1959},
-        {69564, 114.2, 502601, 3931, 2514, 125368, 1960},
-        {69331, 115.7, 518173, 4806, 2572, 127852, 1961},
-        {70551, 116.9, 554894, 4007, 2827, 130081, 1962},
-    });
-    Matrix A = table;
-    A.setColVector(0, Vector::of({1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}));
-    return {
-        "Longley",
-        A,
-        table.getColVector(0),
-        Vector::of({-3482258.63459582, 15.0618722713733, -0.358191792925910e-01, -2.02022980381683,
-                    -1.03322686717359, -0.511041056535807e-01, 1829.15146461355}),
-        Vector::of({890420.383607373, 84.9149257747669, 0.334910077722432e-01, 0.488399681651699,
-                    0.214274163161675, 0.226073200069370, 455.478499142212}),
-        836424.055505915,
-        9.0};
-}
-
 Regression filip()
 {
     Vector const y = Vector::of(
@@ -151,7 +117,7 @@ TEST(SVDSolver, ReproducesCertifiedRegressions)
     double const covarianceDigits =
         6.0;  // of Filip, whose condition number leaves none for granted
     for (Regression const& problem :
-         {longley(), filip(), wampler(3, 1.0), wampler(4, 100.0), wampler(5, 1e4)}) {
+         {filip(), wampler(3, 1.0), wampler(4, 100.0), wampler(5, 1e4)}) {
         SCOPED_TRACE(problem.name);
         SVDSolver solver;
         solver.solve(problem.A, problem.b);
@@ -184,33 +150,21 @@ TEST(SVDSolver, AgreesWithTheGeneralLeastSquaresRoutine)
         unsigned int rank = 0;
         double cond = 0.0;
         ASSERT_TRUE(svdSolve(A, b, x, rank, cond, -1.0));
+        Vector const r = A * x - b;
         Matrix normalInverse = (A.transpose() * A).inverse();
         double const tolerance = 1e4 * epsilon;  // conditions up to about 100, squared at worst
         EXPECT_TRUE(solver.getVecSol().equals(x, tolerance * x.length()));
         EXPECT_EQ(solver.getMatRank(), rank);
         EXPECT_NEAR(solver.getMatCond(), cond, tolerance * cond);
-        EXPECT_TRUE(solver.getResiduals().equals(A * x - b, tolerance * b.length()));
-        EXPECT_NEAR(solver.getRMS(), (A * x - b).length() / std::sqrt(m), tolerance);
-        if (m > n) normalInverse *= solver.getSEUW() * solver.getSEUW();
+        EXPECT_TRUE(solver.getResiduals().equals(r, tolerance * b.length()));
+        EXPECT_NEAR(solver.getRMS(), r.length() / std::sqrt(m), tolerance);
+        EXPECT_NEAR(solver.getSEUW(), m > n ? r.length() / std::sqrt(m - n) : -1.0, tolerance);
+        normalInverse *= solver.getSEUW() * solver.getSEUW();
         EXPECT_TRUE(
             solver.getCov().equals(normalInverse, tolerance * normalInverse.frobeniusNorm()));
         EXPECT_EQ(solver.getNbEquations(), static_cast<unsigned int>(m));
         EXPECT_EQ(solver.getNbVariables(), static_cast<unsigned int>(n));
     }
-}
-
-TEST(SVDSolver, FitsALineWithItsTextbookStatistics)
-{
-    // Through (0, 1), (1, 2), (2, 4): slope 3/2, intercept 5/6, squares of residuals 1/6 in all.
-    SVDSolver solver;
-    solver.solve(Matrix::of({{1, 0}, {1, 1}, {1, 2}}), Vector::of({1, 2, 4}));
-    double const tolerance = 16.0 * epsilon;
-    EXPECT_TRUE(solver.getVecSol().equals(Vector::of({5.0 / 6.0, 1.5}), tolerance));
-    EXPECT_TRUE(solver.getResiduals().equals(Vector::of({-1, 2, -1}) / 6.0, tolerance));
-    EXPECT_NEAR(solver.getRMS(), std::sqrt(1.0 / 18.0), tolerance);
-    EXPECT_NEAR(solver.getSEUW(), std::sqrt(1.0 / 6.0), tolerance);
-    Matrix const cov = Matrix::of({{5.0 / 6.0, -0.5}, {-0.5, 0.5}}) * (1.0 / 6.0);
-    EXPECT_TRUE(solver.getCov().equals(cov, tolerance));
 }
 
 TEST(SVDSolver, SquareSystemKeepsTheCovarianceForUnitVariance)
@@ -219,8 +173,11 @@ TEST(SVDSolver, SquareSystemKeepsTheCovarianceForUnitVariance)
     solver.solve(Matrix::of({{2, 0}, {0, 4}}), Vector::of({2, 8}));
     EXPECT_EQ(solver.getSEUW(), -1.0);
     EXPECT_EQ(solver.getRMS(), 0.0);
-    EXPECT_TRUE(solver.getVecSol().equals(Vector::of({1, 2}), epsilon));
-    EXPECT_TRUE(solver.getCov().equals(Matrix::of({{0.25, 0}, {0, 0.0625}}), epsilon));
+    Vector const x = solver.getVecSol();
+    Matrix const cov = solver.getCov();
+    solver.solve(Matrix::of({{1, 0}, {0, 1}}), Vector::of({7, 7}));  // copies survive it
+    EXPECT_TRUE(x.equals(Vector::of({1, 2}), epsilon));
+    EXPECT_TRUE(cov.equals(Matrix::of({{0.25, 0}, {0, 0.0625}}), epsilon));
 }
 
 TEST(SVDSolver, TakesTheSolutionOfMinimumNormWhereColumnsDepend)
@@ -280,17 +237,6 @@ TEST(SVDSolver, MayBeGivenItsOwnResults)
     Vector const b = Vector::of({1, 2});
     solver.solve(solver.getCov(), b);
     EXPECT_TRUE((cov * solver.getVecSol()).equals(b, 1e3 * epsilon));
-}
-
-TEST(SVDSolver, ResultsOfOneSolveSurviveTheNext)
-{
-    SVDSolver solver;
-    solver.solve(Matrix::of({{2, 0}, {0, 4}}), Vector::of({2, 8}));
-    Vector const x = solver.getVecSol();
-    Matrix const cov = solver.getCov();
-    solver.solve(Matrix::of({{1, 0}, {0, 1}}), Vector::of({7, 7}));
-    EXPECT_TRUE(x.equals(Vector::of({1, 2}), epsilon));
-    EXPECT_TRUE(cov.equals(Matrix::of({{0.25, 0}, {0, 0.0625}}), epsilon));
 }
 
 TEST(SVDSolver, SystemWithoutVariablesHasAnEmptySolution)
