@@ -1,0 +1,236 @@
+#include "math/Rotation.h"
+
+#include "support/HeapCounter.h"
+#include "support/RandomData.h"
+#include "support/ReferenceValues.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <numbers>
+
+namespace {
+
+using std::numbers::pi;
+
+Matrix const identity(3, 3, Matrix::IDENTITY);
+
+// Largest error of a law in units of 2^-52 of the result's size, printed when the test ends.
+class WorstError {
+public:
+    explicit WorstError(char const* law) : _law(law) {}
+    WorstError(WorstError const&) = delete;
+    WorstError& operator=(WorstError const&) = delete;
+    ~WorstError() { std::printf("             %-24s %5.2f ulp\n", _law, _worst); }
+
+    void add(double error)
+    {
+        EXPECT_LT(error, 32) << _law;  // a dozen roundings, and those of the reference
+        _worst = std::max(_worst, error);
+    }
+
+private:
+    char const* _law;
+    double _worst = 0;
+};
+
+// Modulo full turns; the angles about z and x are as well determined as cos e1 is large.
+double eulerError(Vector const& actual, Vector const& expected)
+{
+    Vector difference(3);
+    for (int i = 0; i < 3; ++i) difference[i] = std::remainder(actual[i] - expected[i], 2 * pi);
+    return ulps(difference, Vector(3), pi / std::cos(expected[1]));
+}
+
+double errorUpToSign(Vector const& actual, Vector const& expected)
+{
+    return std::min(ulps(actual, expected), ulps(-actual, expected)) / expected.length();
+}
+
+TEST(Rotation, ConversionsAgreeWithReferenceValues)
+{
+    WorstError vectToMatrixError("vectToMatrix"), matrixToVectError("matrixToVect"),
+        eulerToMatrixError("eulerToMatrix"), matrixToEulerError("matrixToEuler"),
+        quatToMatrixError("quatToMatrix"), matrixToQuatError("matrixToQuat"),
+        vectToQuatError("vectToQuat"), quatToVectError("quatToVect");
+    for (auto const& [r, R, q, e] : knownRotations()) {
+        SCOPED_TRACE(testing::PrintToString(toStlVector(r)));
+        Matrix M = identity;
+        vectToMatrix(r, M);
+        vectToMatrixError.add(ulps(M, R));
+        quatToMatrix(3.0 * q, M);
+        quatToMatrixError.add(ulps(M, R));
+        eulerToMatrix(e, M);
+        eulerToMatrixError.add(ulps(M, R));
+
+        Vector v(3), p(4);
+        matrixToEuler(R, v);
+        matrixToEulerError.add(eulerError(v, e));
+        matrixToQuat(R, p);
+        matrixToQuatError.add(errorUpToSign(p, q));
+        matrixToVect(R, v);
+        double const theta = r.length();
+        if (theta == 0) {
+            EXPECT_EQ(v, r);
+            continue;
+        }
+        bool const isHalfTurn = theta > pi - 1e-15;  // rounded, its axis has no sign
+        matrixToVectError.add(isHalfTurn ? errorUpToSign(v, r) : ulps(v, r, theta));
+        vectToQuat(theta, r / theta, p);
+        vectToQuatError.add(ulps(p, q));
+        double angle = 0;
+        quatToVect(2.0 * q, angle, v);
+        quatToVectError.add(ulps(angle * v, r, theta));
+    }
+}
+
+TEST(Rotation, MatricesAreOrthonormalAndRightHanded)
+{
+    WorstError orthonormality("orthonormality"), handedness("determinant");
+    RandomData random(11);
+    for (int i = 0; i < 500; ++i) {
+        Matrix made[4] = {identity, identity, identity, identity};
+        eulerToMatrix(random.vector(3, -4, 4), made[0]);
+        vectToMatrix(random.vector(3, -4, 4), made[1]);
+        quatToMatrix(random.vector(4, -4, 4), made[2]);
+        azElRoToMatrix(random.vector(3, -4, 4), made[3]);
+        for (Matrix const& R : made) {
+            orthonormality.add(ulps(R.transpose() * R, identity));
+            handedness.add(ulps(Vector::of({R.determinant3x3()}), Vector::of({1})));
+        }
+    }
+}
+
+TEST(Rotation, ExactHalfAndThirdTurnsTakeTheirBranches)
+{
+    double const a = pi / std::sqrt(2.0);
+    double const h = std::sqrt(0.5);
+    double const t = 2 * pi / std::sqrt(27.0);
+    // At π the rotation vector's largest component is negative, y before z before x; of the
+    // quaternion z is positive on ties, R00 = 0 with R11 = R22 included.
+    struct {
+        Matrix R;
+        Vector r, q;
+    } const turns[] = {
+        {Matrix::of({{1, 0, 0}, {0, -1, 0}, {0, 0, -1}}), Vector::of({-pi, 0, 0}),
+         Vector::of({0, 1, 0, 0})},
+        {Matrix::of({{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}}), Vector::of({0, -pi, 0}),
+         Vector::of({0, 0, 1, 0})},
+        {Matrix::of({{-1, 0, 0}, {0, -1, 0}, {0, 0, 1}}), Vector::of({0, 0, -pi}),
+         Vector::of({0, 0, 0, 1})},
+        {Matrix::of({{0, -1, 0}, {-1, 0, 0}, {0, 0, -1}}), Vector::of({-a, a, 0}),
+         Vector::of({0, h, -h, 0})},
+        {Matrix::of({{0, 0, -1}, {0, -1, 0}, {-1, 0, 0}}), Vector::of({a, 0, -a}),
+         Vector::of({0, -h, 0, h})},
+        {Matrix::of({{-1, 0, 0}, {0, 0, -1}, {0, -1, 0}}), Vector::of({0, -a, a}),
+         Vector::of({0, 0, -h, h})},
+        {Matrix::of({{0, 1, 0}, {0, 0, 1}, {1, 0, 0}}), Vector::of({-t, -t, -t}),
+         Vector::of({-.5, .5, .5, .5})},
+    };
+    for (auto const& [R, r, q] : turns) {
+        Vector v(3), p(4);
+        matrixToVect(R, v);
+        EXPECT_LT(ulps(v, r, pi), 4) << v << " expected " << r;
+        matrixToQuat(R, p);
+        EXPECT_LT(ulps(p, q), 4) << p << " expected " << q;
+    }
+}
+
+TEST(Rotation, MatrixToEulerTreatsOnlyExactGimbalLock)
+{
+    for (double const sign : {1.0, -1.0}) {
+        double const s = std::sin(0.3), c = std::cos(0.3);
+        Matrix R = Matrix::of({{0, sign * s, sign * c}, {0, c, -s}, {-sign, 0, 0}});
+        Vector e(3);
+        matrixToEuler(R, e);
+        EXPECT_TRUE(e.equals(Vector::of({0, sign * pi / 2, 0.3}), 1e-15)) << e;
+        R[0][0] = -1e-300;
+        matrixToEuler(R, e);
+        EXPECT_TRUE(e.equals(Vector::of({pi, sign * pi / 2, 0.3 - pi}), 1e-15)) << e;
+    }
+}
+
+TEST(Rotation, AzimuthElevationRollTurnAboutZXZ)
+{
+    WorstError product("azElRoToMatrix"), roundTrip("matrixToAzElRo");
+    RandomData random(12);
+    for (int i = 0; i < 300; ++i) {
+        Vector a = random.vector(3, -pi / 2, 3 * pi / 2);
+        a[1] = random.uniform(-1.5, 1.5);
+        Matrix R = identity, aboutZ = identity, aboutX = identity, aboutZFirst = identity;
+        azElRoToMatrix(a, R);
+        eulerToMatrix(Vector::of({a[0], 0, 0}), aboutZ);
+        eulerToMatrix(Vector::of({0, 0, pi / 2 + a[1]}), aboutX);
+        eulerToMatrix(Vector::of({a[2], 0, 0}), aboutZFirst);
+        product.add(ulps(R, aboutZ * aboutX * aboutZFirst));
+        // Arcsines lose digits where azimuth or roll are near ±π/2, and all near the pole.
+        double const c = std::cos(a[0]) * std::cos(a[2]) * std::pow(std::cos(a[1]), 2);
+        Vector back(3);
+        matrixToAzElRo(R, back);
+        roundTrip.add(ulps(back, a, 1 / std::abs(c)));
+    }
+    Vector pole(3);
+    matrixToAzElRo(Matrix::of({{1, 0, 0}, {0, 1, 0}, {0, 0, std::nextafter(1.0, 2.0)}}), pole);
+    EXPECT_EQ(pole[1], -pi / 2) << "rounding beyond 1 gives no NaN";
+}
+
+TEST(Rotation, JacobiansAgreeWithReferenceValues)
+{
+    WorstError ofPoint("dRotdEuler"), ofInverse("dEulerRotInvdEulerRot");
+    for (auto const& row : readReference("jacobians.csv")) {
+        Vector const e(&row[0], 3), p(&row[3], 3);
+        Matrix const ofInverseExpected(&row[15], 3, 3);
+        Matrix J(3, 3);
+        dRotdEuler(e, p, J);
+        ofPoint.add(ulps(J, Matrix(&row[6], 3, 3), p.length()));
+        dEulerRotInvdEulerRot(e, J);  // worse near its singularity, which shows in its size
+        ofInverse.add(ulps(J, ofInverseExpected, std::pow(ofInverseExpected.frobeniusNorm(), 2)));
+    }
+}
+
+TEST(Rotation, DegenerateInputsGiveTheirFixedResults)
+{
+    double angle = -1;
+    Vector v(3);
+    quatToVect(Vector::of({1, 0, 0, 0}), angle, v);
+    EXPECT_EQ(angle, 0);
+    EXPECT_EQ(v, Vector::of({0, 1, 0}));
+    quatToVect(Vector::of({1, 3e-170, 0, 4e-170}), angle, v);
+    EXPECT_DOUBLE_EQ(angle, 1e-169) << "the squares of the vector part underflow";
+
+    Matrix R = Matrix::of({{7, 7, 7}, {7, 7, 7}, {7, 7, 7}});
+    vectToMatrix(Vector(3), R);
+    EXPECT_EQ(R, Matrix::of({{1, 7, 7}, {7, 1, 7}, {7, 7, 1}})) << "writes the diagonal only";
+    quatToMatrix(Vector(4), R);
+    EXPECT_EQ(R, identity);
+    R[0][0] = -1;
+    R[1][1] = std::numeric_limits<double>::quiet_NaN();
+    Vector q = Vector::of({1, 2, 3, 4});
+    matrixToQuat(R, q);
+    EXPECT_EQ(q, Vector::of({1, 2, 3, 4})) << "no branch applies";
+}
+
+TEST(Rotation, OutputsAreWrittenInPlaceAndMayBeTheInput)
+{
+    Matrix transform(4, 4, Matrix::IDENTITY);
+    transform[0][3] = 5;
+    Vector q = Vector::of({0.5, 0.5, 0.5, 0.5});
+    Matrix const sharer = transform;
+    Vector const sharerOfQ = q;
+    Vector const e = Vector::of({pi / 2, 0, 0});
+    double angle = 0;
+
+    HeapCounter heap;
+    eulerToMatrix(e, transform);
+    quatToVect(q, angle, q);
+    EXPECT_LE(heap.blocks(), 2u) << "two private copies";
+
+    EXPECT_TRUE(transform.equals(
+        Matrix::of({{0, -1, 0, 5}, {1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}), 1e-15));
+    EXPECT_TRUE((std::sqrt(3.0) * q(0, 3)).equals(Vector::of({1, 1, 1}), 1e-15)) << q;
+    EXPECT_EQ(sharer[0][0] + sharerOfQ[0], 1.5) << "sharers keep their values";
+}
+
+}  // namespace

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "math/Matrix.h"
+#include "math/Vector.h"
+
+#include <string>
+#include <vector>
+
+/// The lines of tests/data/`file` that hold comma-separated numbers.
+std::vector<std::vector<double>> readReference(std::string const& file);
+
+/// A rotation in every form.
+struct KnownRotation {
+    Vector r;
+    Matrix R;
+    Vector q;
+    Vector e;
+};
+
+/// Null, tiny, at the thresholds of the conversions and up to π, about seven axes.
+std::vector<KnownRotation> knownRotations();
+
+/// Largest difference of corresponding elements, in units of 2^-52 · `size`; infinite for NaN.
+double ulps(TVector<double> const& a, TVector<double> const& b, double size = 1.0);
