@@ -1,0 +1,108 @@
+#include "math/PCAAnalysis.h"
+
+#include "support/HeapCounter.h"
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+#include "support/ReferenceValues.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+PCAAnalysis analysed(std::vector<Vector> const& points)
+{
+    PCAAnalysis pca;
+    pca.computeAnalysis(points[0].size(), points);
+    return pca;
+}
+
+std::vector<Vector> randomPoints(int count, int dimension)
+{
+    RandomData random(21);
+    std::vector<Vector> points;
+    for (int i = 0; i < count; ++i) points.push_back(random.vector(dimension));
+    return points;
+}
+
+TEST(PCAAnalysis, AgreesWithReferenceValuesFarFromTheOrigin)
+{
+    auto const rows = readReference("principal_axes.csv");
+    std::vector<Vector> points;
+    for (std::size_t i = 1; i < rows.size(); ++i) points.emplace_back(&rows[i][0], 3);
+    PCAAnalysis const pca = analysed(points);
+
+    Matrix const covariance(&rows[0][3], 3, 3);
+    double const size = covariance.frobeniusNorm();
+    EXPECT_EQ(pca.getMean(), Vector(&rows[0][0], 3));
+    EXPECT_LT(ulps(pca.getCov(), covariance, size), 4);
+    EXPECT_LT(ulps(pca.getPrincipalValues(), Vector(&rows[0][12], 3), size), 16);
+}
+
+TEST(PCAAnalysis, MatchesDirectSumsInAnyDimensionAndNumber)
+{
+    for (int const d : {1, 2, 3, 12}) {
+        for (int const count : {1, 2, 127, 128, 129, 1000}) {
+            std::vector<Vector> const points = randomPoints(count, d);
+            Vector mean(d);
+            Matrix covariance(d, d);
+            for (Vector const& p : points) mean += p / count;
+            for (Vector const& p : points) {
+                Matrix const column((p - mean).data(), d, 1);
+                covariance += column * column.transpose() * (1.0 / count);
+            }
+            PCAAnalysis const pca = analysed(points);
+            EXPECT_TRUE(pca.getMean().equals(mean, 1e-14)) << count << " points of " << d;
+            EXPECT_TRUE(pca.getCov().equals(covariance, 1e-14)) << count << " points of " << d;
+            Matrix const& V = pca.getPrincipalVectors();
+            Matrix spread(d, d);
+            spread.setDiagVector(pca.getPrincipalValues());
+            EXPECT_TRUE((V * spread * V.transpose()).equals(covariance, 1e-14));
+        }
+    }
+    PCAAnalysis const still = analysed(std::vector<Vector>(7, Vector::of({0.1, 1e9})));
+    EXPECT_EQ(still.getCov(), Matrix(2, 2)) << "equal points have no spread, not even rounding";
+}
+
+TEST(PCAAnalysis, ResultsNeedASuccessfulAnalysis)
+{
+    char const* const notYet = "Call computeAnalysis before use";
+    char const* const failed = "Analysis failed, can't get results";
+    PCAAnalysis pca;
+    EXPECT_MATH_ERROR(pca.getSpaceSize(), notYet);
+    EXPECT_MATH_ERROR(pca.getMean(), notYet);
+    EXPECT_MATH_ERROR(pca.getPrincipalVectors(), notYet);
+
+    std::vector<Vector> points = randomPoints(200, 2);
+    pca.computeAnalysis(2, points);
+    points.back() = Vector(3);
+    EXPECT_MATH_ERROR(pca.computeAnalysis(2, points),
+                      "Invalid Vector size, mismatched with spaceSize");
+    EXPECT_MATH_ERROR(pca.getCov(), notYet);
+    EXPECT_MATH_ERROR(pca.getPrincipalValues(), notYet);
+
+    points.back() = Vector::of({1, std::numeric_limits<double>::quiet_NaN()});
+    pca.computeAnalysis(2, points);
+    EXPECT_FALSE(pca.getBoolAnalysisSuccess());
+    EXPECT_TRUE(std::isnan(pca.getMean()[1]));
+    EXPECT_MATH_ERROR(pca.getPrincipalValues(), failed);
+    EXPECT_MATH_ERROR(pca.getPrincipalVectors(), failed);
+
+    pca.computeAnalysis(3, {});
+    EXPECT_TRUE(pca.getBoolAnalysisSuccess()) << "no point at all counts as success";
+    EXPECT_EQ(pca.getSpaceSize(), 3u);
+    EXPECT_EQ(pca.getMean(), Vector(3));
+    EXPECT_EQ(pca.getPrincipalVectors(), Matrix(3, 3));
+}
+
+TEST(PCAAnalysis, AllocatesNothingPerPoint)
+{
+    std::vector<Vector> const points = randomPoints(10000, 3);
+    HeapCounter heap;
+    analysed(points);
+    EXPECT_LT(heap.blocks(), points.size() / 100);
+}
+
+}  // namespace
