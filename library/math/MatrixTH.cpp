@@ -1,0 +1,290 @@
+#include "math/MatrixTH.h"
+
+#include "math/LinearAlgebra.h"
+#include "math/internal/FixedSize.h"
+#include "math/internal/Moments.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <utility>
+
+using measuremath::Moments;
+using measuremath::require;
+
+namespace {
+
+constexpr char const* badIndex = "Invalid index value";
+constexpr char const* eigenFailed = "Eigen Values/Vectors computation failed";
+
+// A transform is 4 × 4 unless it was resized through its base.
+template <class Transform>
+auto elementsOf(Transform& m)
+{
+    require(m.getRow() == 4 && m.getCol() == 4, badIndex);
+    return m.begin();
+}
+
+double const* coordinatesOf(Vector const& p)
+{
+    require(p.size() == 3, Vector::badDim);
+    return p.begin();
+}
+
+void mapTo(double const* m, double const* p, double* out)
+{
+    double const x = p[0], y = p[1], z = p[2];
+    for (int i = 0; i < 3; ++i, m += 4) out[i] = m[0] * x + m[1] * y + m[2] * z + m[3];
+}
+
+void readPoint(Vector const& p, double* x, std::size_t stride)
+{
+    double const* const in = coordinatesOf(p);
+    for (std::size_t k = 0; k < 3; ++k) x[k * stride] = in[k];
+}
+
+long long countUsed(bool const* used, long long n)
+{
+    if (used == nullptr) return n;
+    return std::count(used, used + std::max(n, 0LL), true);
+}
+
+// Moments of the pairs (a, b) as points of six coordinates.
+Moments momentsOfPairs(Vector const* a, Vector const* b, std::size_t n, bool const* used)
+{
+    auto const read = [=](std::size_t i, double* x, std::size_t stride) {
+        if (used != nullptr && !used[i]) return false;
+        readPoint(a[i], x, stride);
+        readPoint(b[i], x + 3 * stride, stride);
+        return true;
+    };
+    return measuremath::MomentsCollector(6, read).collect(n);
+}
+
+// The symmetric matrix whose largest eigenvector is the quaternion that best turns a into b, from
+// S_jk = Σ a_j·b_k of centred points.
+Matrix quaternionForm(Matrix const& S)
+{
+    double const xx = S[0][0], xy = S[0][1], xz = S[0][2];
+    double const yx = S[1][0], yy = S[1][1], yz = S[1][2];
+    double const zx = S[2][0], zy = S[2][1], zz = S[2][2];
+    return Matrix::of({{xx + yy + zz, yz - zy, zx - xz, xy - yx},
+                       {yz - zy, xx - yy - zz, xy + yx, zx + xz},
+                       {zx - xz, xy + yx, -xx + yy - zz, yz + zy},
+                       {xy - yx, zx + xz, yz + zy, -xx - yy + zz}});
+}
+
+MatrixR bestRotation(Moments const& pairs)
+{
+    Vector values(4);
+    Matrix vectors(4, 4);
+    bool const found =
+        eigenValuesVectors(quaternionForm(pairs.scatter(0, 3, 3, 3)), values, vectors);
+    require(found, eigenFailed);
+    return MatrixR(Quaternion(vectors.getColVector(3)));
+}
+
+double ratioOfSpreads(Moments const& pairs)
+{
+    Vector const squares = pairs.scatter.getDiagVector();
+    double const spreadA = squares[0] + squares[1] + squares[2];
+    double const spreadB = squares[3] + squares[4] + squares[5];
+    require(spreadA > 0, "Matched points coincide, scale is undefined");
+    return std::sqrt(spreadB / spreadA);
+}
+
+Vector towards(Vector const& side, Vector const& axis)
+{
+    return axis.dot(side) < 0 ? -axis : axis;
+}
+
+}  // namespace
+
+MatrixTH::MatrixTH() : Matrix(4, 4, IDENTITY) {}
+
+MatrixTH::MatrixTH(double const* p) : Matrix(p, 4, 4) {}
+
+MatrixTH::MatrixTH(Matrix const& m) : Matrix(m)
+{
+    measuremath::requireDimensions(m, 4, 4);
+}
+
+MatrixTH::MatrixTH(double e0, double e1, double e2, double tx, double ty, double tz)
+    : MatrixTH(Euler(e0, e1, e2), Vector::of({tx, ty, tz}))
+{
+}
+
+MatrixTH::MatrixTH(MatrixR const& R, Vector const& t) : MatrixTH()
+{
+    setMatrixRot(R);
+    setVectorPos(t);
+}
+
+MatrixTH::MatrixTH(Euler const& R, Vector const& t) : MatrixTH(MatrixR(R), t) {}
+
+MatrixTH::MatrixTH(Quaternion const& R, Vector const& t) : MatrixTH(MatrixR(R), t) {}
+
+MatrixTH::MatrixTH(VectorR const& R, Vector const& t) : MatrixTH(MatrixR(R), t) {}
+
+MatrixTH& MatrixTH::operator=(Matrix const& m)
+{
+    measuremath::requireDimensions(m, 4, 4);
+    Matrix::operator=(m);
+    return *this;
+}
+
+void MatrixTH::setMatrixRot(MatrixR const& R)
+{
+    double* const m = elementsOf(*this);
+    double const* const r = R.begin();
+    for (int i = 0; i < 3; ++i) std::copy_n(r + 3 * i, 3, m + 4 * i);
+}
+
+MatrixR MatrixTH::getMatrixRot() const
+{
+    double const* const m = elementsOf(*this);
+    MatrixR R;
+    double* const r = R.begin();
+    for (int i = 0; i < 3; ++i) std::copy_n(m + 4 * i, 3, r + 3 * i);
+    return R;
+}
+
+void MatrixTH::setVectorPos(Vector const& t)
+{
+    assert(t.size() >= 3);
+    double* const m = elementsOf(*this);
+    double const* const p = t.begin();
+    for (int i = 0; i < 3; ++i) m[4 * i + 3] = p[i];
+}
+
+Vector MatrixTH::getVectorPos() const
+{
+    double const* const m = elementsOf(*this);
+    return Vector::of({m[3], m[7], m[11]});
+}
+
+Euler MatrixTH::getEuler() const
+{
+    return getMatrixRot().getEuler();
+}
+
+VectorR MatrixTH::getVectorR() const
+{
+    return getMatrixRot().getVectorR();
+}
+
+Quaternion MatrixTH::getQuaternion() const
+{
+    return getMatrixRot().getQuaternion();
+}
+
+MatrixTH MatrixTH::operator*(MatrixTH const& b) const
+{
+    return Matrix::operator*(static_cast<Matrix const&>(b));
+}
+
+Matrix& MatrixTH::invert()
+{
+    double* const m = elementsOf(*this);
+    std::swap(m[1], m[4]);
+    std::swap(m[2], m[8]);
+    std::swap(m[6], m[9]);
+    double const x = m[3], y = m[7], z = m[11];
+    for (int i = 0; i < 3; ++i) {
+        double* const row = m + 4 * i;
+        row[3] = -(row[0] * x + row[1] * y + row[2] * z);
+    }
+    return *this;
+}
+
+Matrix MatrixTH::inverse() const
+{
+    MatrixTH result = *this;
+    result.invert();
+    return result;
+}
+
+Vector MatrixTH::mapPoint(Vector const& p) const
+{
+    Vector result(3, Vector::NO_INIT);
+    mapTo(elementsOf(*this), coordinatesOf(p), result.begin());
+    return result;
+}
+
+void MatrixTH::mapPacked(double* xyz, long long n) const
+{
+    double const* const m = elementsOf(*this);
+    for (long long i = 0; i < n; ++i) mapTo(m, xyz + 3 * i, xyz + 3 * i);
+}
+
+void MatrixTH::mapPoints(std::vector<Vector>& points) const
+{
+    double const* const m = elementsOf(*this);
+    for (Vector const& p : points) require(p.size() == 3, Vector::badDim);
+    for (Vector& p : points) {
+        double* const x = p.begin();
+        mapTo(m, x, x);
+    }
+}
+
+void MatrixTH::setAxes(Vector const& x, Vector const& y, Vector const& z, Vector const& origin)
+{
+    for (int i = 0; i < 3; ++i) {
+        at(i, 0) = x[i];
+        at(i, 1) = y[i];
+        at(i, 2) = z[i];
+        at(i, 3) = origin[i];
+    }
+}
+
+void MatrixTH::init(Vector const& origin, Vector const& onX, Vector const& inPlane)
+{
+    require(origin.size() == 3, Vector::badDim);
+    require(getRow() >= 3 && getCol() >= 4, badIndex);
+    Vector x = onX - origin;
+    x = x / x.length();
+    Vector y = inPlane - origin;
+    for (int pass = 0; pass < 2; ++pass) {  // twice, for points that are almost collinear
+        y -= x * y.dot(x);
+        y = y / y.length();
+    }
+    zeroed();
+    setAxes(x, y, x.cross(y), origin);
+    if (getRow() > 3) at(3, 3) = 1;
+}
+
+double MatrixTH::registerPoints(Vector const* a, Vector const* b, long long n, bool const* used,
+                                bool noScale)
+{
+    require(countUsed(used, n) >= 3, "Number of matched points must exceed or equal 3");
+    Moments const pairs = momentsOfPairs(a, b, static_cast<std::size_t>(n), used);
+
+    MatrixR const R = bestRotation(pairs);
+    double const s = noScale ? 1.0 : ratioOfSpreads(pairs);
+    Vector const t = pairs.mean(3, 3) - s * R * pairs.mean(0, 3);
+    setMatrixRot(R);
+    setVectorPos(t);
+    return s;
+}
+
+void MatrixTH::alignWithAxes(Vector const* pts, long long n, Vector& eigenValues, long long index)
+{
+    require(n >= 3, "Vector number must exceed or equal 3");
+    require(index >= 0 && index < n, "Bad index value");
+    auto const read = [pts](std::size_t i, double* x, std::size_t stride) {
+        readPoint(pts[i], x, stride);
+        return true;
+    };
+    Moments const points =
+        measuremath::MomentsCollector(3, read).collect(static_cast<std::size_t>(n));
+    Vector const side = pts[index] - points.mean;
+
+    Vector values(3);
+    Matrix vectors(3, 3);
+    bool const found = eigenValuesVectors(points.covariance(), values, vectors);
+    eigenValues = values;
+    require(found, eigenFailed);
+    Vector const x = towards(side, vectors.getColVector(2));
+    Vector const y = towards(side, vectors.getColVector(1));
+    setAxes(x, y, x.cross(y), points.mean);
+}

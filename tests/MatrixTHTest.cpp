@@ -1,0 +1,313 @@
+#include "math/MatrixTH.h"
+
+#include "support/HeapCounter.h"
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+#include "support/ReferenceValues.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numbers>
+#include <type_traits>
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+MatrixTH const sample(VectorR(0.3, -1.2, 2.0), Vector::of({5, -6, 7}));
+
+std::vector<Vector> randomPoints(int count)
+{
+    RandomData random(31);
+    std::vector<Vector> points;
+    for (int i = 0; i < count; ++i) points.push_back(random.vector(3));
+    return points;
+}
+
+std::vector<Vector> mapped(MatrixTH const& T, double scale, std::vector<Vector> points)
+{
+    MatrixTH scaled = T;
+    scaled.setMatrixRot(MatrixR(scale * T.getMatrixRot()));
+    scaled.mapPoints(points);
+    return points;
+}
+
+// Columns `first` to `first` + 2 of the lines from `start` on.
+std::vector<Vector> pointsOf(std::vector<std::vector<double>> const& rows, std::size_t start,
+                             std::size_t first)
+{
+    std::vector<Vector> points;
+    for (std::size_t i = start; i < rows.size(); ++i) points.emplace_back(&rows[i][first], 3);
+    return points;
+}
+
+TEST(MatrixTH, HoldsRotationAndTranslationOfEveryForm)
+{
+    Vector const t = Vector::of({1, -2, 3});
+    for (auto const& [r, R, q, e] : knownRotations()) {
+        MatrixTH const made[] = {{MatrixR(R), t},
+                                 {Euler(e), t},
+                                 {Quaternion(q), t},
+                                 {VectorR(r), t},
+                                 {e[0], e[1], e[2], 1, -2, 3}};
+        for (MatrixTH const& T : made) {
+            for (MatrixR const& back : {T.getMatrixRot(), MatrixR(T.getEuler()),
+                                        MatrixR(T.getVectorR()), MatrixR(T.getQuaternion())})
+                EXPECT_LT(ulps(back, R), 32);  // two conversions and the rounding of the reference
+            EXPECT_EQ(T.getVectorPos(), t);
+            EXPECT_EQ(T.getRowVector(3), Vector::of({0, 0, 0, 1}));
+        }
+    }
+}
+
+TEST(MatrixTH, ComposesAndInvertsAsItMapsPoints)
+{
+    MatrixTH const other(1, 2, 3, -1, 0.5, 2);
+    Vector const p = Vector::of({0.2, -3, 4});
+    static_assert(std::is_same_v<decltype(sample * other), MatrixTH>);
+    EXPECT_TRUE((sample * other).mapPoint(p).equals(sample.mapPoint(other.mapPoint(p)), 1e-14));
+    EXPECT_TRUE((sample * Vector::of({0.2, -3, 4, 1}))(0, 3).equals(sample.mapPoint(p), 1e-14));
+
+    Matrix m = sample;
+    m.setRowVector(3, Vector::of({9, 8, 7, 6}));
+    MatrixTH T(m);
+    Matrix& viaBase = T;
+    EXPECT_EQ(&viaBase.invert(), &T);
+    EXPECT_EQ(T.getRowVector(3), m.getRowVector(3)) << "the bottom row is never touched";
+    EXPECT_EQ(T(0, 0, 3, 4), sample.inverse()(0, 0, 3, 4));
+    EXPECT_TRUE((sample * sample.inverse()).equals(MatrixTH(), 1e-14));
+    EXPECT_EQ(MatrixTH(0, 0, 0, 1, 2, 3).inverse(), MatrixTH(0, 0, 0, -1, -2, -3));
+}
+
+TEST(MatrixTH, MapsManyPointsAsOne)
+{
+    for (int const count : {0, 1, 2, 3, 64, 65, 1000}) {
+        std::vector<Vector> const points = randomPoints(count);
+        std::vector<Vector> const images = mapped(sample, 1, points);
+        std::vector<double> packed(1, nan);
+        for (Vector const& p : points) packed.insert(packed.end(), p.begin(), p.end());
+        packed.push_back(nan);
+        sample.mapPoints(packed.data() + 1, points.size());
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            Vector const expected = sample.mapPoint(points[i]);
+            EXPECT_TRUE(images[i].equals(expected, 1e-14));
+            EXPECT_TRUE(Vector(&packed[1 + 3 * i], 3).equals(expected, 1e-14));
+        }
+        EXPECT_TRUE(std::isnan(packed.front()) && std::isnan(packed.back())) << "nothing beyond";
+    }
+}
+
+TEST(MatrixTH, TakesAtMostOneHeapBlockForAResult)
+{
+    HeapCounter composing;
+    MatrixTH const product = sample * sample;
+    EXPECT_LE(composing.blocks(), 1u);
+    HeapCounter inverting;
+    Matrix const inverse = product.inverse();
+    EXPECT_LE(inverting.blocks(), 1u);
+    std::vector<Vector> const a = randomPoints(10000);
+    HeapCounter registering;
+    MatrixTH().init(a.data(), a.data(), a.size(), nullptr, true);
+    EXPECT_LT(registering.blocks(), a.size() / 20) << "nothing per point";
+}
+
+TEST(MatrixTH, MisuseLeavesTheOperands)
+{
+    MatrixTH T = sample;
+    std::vector<Vector> mixed = {Vector::of({1, 2, 3}), Vector(2)};
+    EXPECT_MATH_ERROR(MatrixTH(Matrix(3, 4)), "Bad matrix dimesions");
+    EXPECT_MATH_ERROR(T = Matrix(5, 5), "Bad matrix dimesions");
+    EXPECT_MATH_ERROR(T.mapPoint(Vector(4)), "Bad vector dimensions");
+    EXPECT_MATH_ERROR(T.mapPoints(mixed), "Bad vector dimensions");
+    EXPECT_EQ(mixed[0], Vector::of({1, 2, 3}));
+    EXPECT_MATH_ERROR(T.init(Vector(2), Vector(2), Vector(2)), "Bad vector dimensions");
+    EXPECT_EQ(T, sample);
+    T.initMatrix(Matrix(2, 2));
+    EXPECT_MATH_ERROR(T.getVectorPos(), "Invalid index value");
+    EXPECT_MATH_ERROR(T.invert(), "Invalid index value");
+    EXPECT_MATH_ERROR(T.init(Vector(3), mixed[0], Vector(3)), "Invalid index value");
+}
+
+TEST(MatrixTHFrame, ThreePointsGiveARightHandedFrame)
+{
+    MatrixTH T = sample;
+    T.init(Vector::of({1, 1, 1}), Vector::of({2, 1, 1}), Vector::of({1, 5, 1}));
+    EXPECT_EQ(T, MatrixTH(0, 0, 0, 1, 1, 1));
+    for (double const height : {1.0, 1e-3, 1e-9}) {  // down to almost collinear points
+        T.init(sample.mapPoint(Vector(3)), sample.mapPoint(Vector::of({3, 0, 0})),
+               sample.mapPoint(Vector::of({-20, height, 0})));
+        EXPECT_TRUE(T.equals(sample, 1e-13 / height)) << height;
+        Matrix const R = T.getMatrixRot();
+        EXPECT_LT(ulps(R.transpose() * R, MatrixR()), 4) << height;
+    }
+    T.init(Vector(3), Vector(3), Vector::of({1, 2, 3}));
+    EXPECT_TRUE(std::isnan(T[0][0]));
+}
+
+TEST(MatrixTHRegistration, AgreesWithReferenceValuesFarFromTheOrigin)
+{
+    auto const rows = readReference("registration.csv");
+    std::vector<double> const& expected = rows[0];
+    std::vector<Vector> const a = pointsOf(rows, 1, 0), b = pointsOf(rows, 1, 3);
+    for (bool const noScale : {false, true}) {
+        MatrixTH T;
+        double const s = T.init(a.data(), b.data(), a.size(), nullptr, noScale);
+        EXPECT_NEAR(s, noScale ? 1 : expected[0], 1e-15);
+        EXPECT_LT(ulps(T.getMatrixRot(), Matrix(&expected[1], 3, 3)), 8);
+        EXPECT_LT(ulps(T.getVectorPos(), Vector(&expected[noScale ? 13 : 10], 3), 6e6), 8);
+    }
+}
+
+TEST(MatrixTHRegistration, RecoversEveryRotationAndScale)
+{
+    constexpr double inputRounding = 1e-14;  // 2^-52 of distances up to 6, a dozen times
+    Vector const t = Vector::of({1, -2, 3});
+    for (auto const& [r, R, q, e] : knownRotations()) {
+        MatrixTH const truth(MatrixR(R), t);
+        for (int const count : {0, 1, 200}) {
+            std::vector<Vector> a = randomPoints(count);
+            a.insert(a.end(),
+                     {Vector::of({1, 0, 0}), Vector::of({0, 1, 0}), Vector::of({0, 0, 1})});
+            for (double const scale : {1.0, 2.0, 0.2}) {
+                std::vector<Vector> const b = mapped(truth, scale, a);
+                MatrixTH T;
+                double const s = T.init(a.data(), b.data(), a.size(), nullptr, scale == 1);
+                EXPECT_NEAR(s, scale, inputRounding);
+                EXPECT_TRUE(T.getMatrixRot().equals(R, inputRounding / scale));
+                EXPECT_TRUE(T.getVectorPos().equals(t, inputRounding));
+            }
+        }
+    }
+}
+
+TEST(MatrixTHRegistration, PlanarAndMirroredSetsGiveProperRotations)
+{
+    std::vector<Vector> flat = randomPoints(20);
+    for (Vector& p : flat) p[2] = 0;
+    MatrixTH T;
+    T.init(flat.data(), mapped(sample, 1, flat).data(), flat.size(), nullptr, true);
+    EXPECT_TRUE(T.equals(sample, 1e-14));
+
+    // The mirror image of a box fits best when its longest axes do.
+    std::vector<Vector> const box = {Vector::of({3, 0, 0}), Vector::of({-3, 0, 0}),
+                                     Vector::of({0, 2, 0}), Vector::of({0, -2, 0}),
+                                     Vector::of({0, 0, 1}), Vector::of({0, 0, -1})};
+    std::vector<Vector> mirrored = box;
+    for (Vector& p : mirrored) p[0] = -p[0];
+    T.init(box.data(), mirrored.data(), box.size(), nullptr, true);
+    EXPECT_TRUE(T.equals(
+        MatrixTH(MatrixR(Matrix::of({{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}})), Vector(3)), 1e-14));
+}
+
+TEST(MatrixTHRegistration, ReadsOnlyTheUsedPairs)
+{
+    std::vector<Vector> a = randomPoints(300);
+    std::vector<Vector> b = mapped(sample, 1, a);
+    auto const used = std::make_unique<bool[]>(a.size());
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        used[i] = i > 140 && i % 3 == 0;
+        if (used[i]) continue;
+        a[i] = Vector::of({nan, nan, nan});
+        b[i] = Vector();
+    }
+    MatrixTH T;
+    EXPECT_EQ(T.init(a.data(), b.data(), a.size(), used.get(), true), 1);
+    EXPECT_TRUE(T.equals(sample, 1e-14));
+}
+
+TEST(MatrixTHRegistration, MisuseLeavesTheTransform)
+{
+    std::vector<Vector> a = randomPoints(4);
+    std::vector<Vector> const same(4, a[0]);
+    bool const two[] = {true, false, true, false};
+    char const* const tooFew = "Number of matched points must exceed or equal 3";
+    MatrixTH T = sample;
+    EXPECT_MATH_ERROR(T.init(a.data(), a.data(), 4, two, true), tooFew);
+    EXPECT_MATH_ERROR(T.init(a.data(), a.data(), 2u, nullptr, true), tooFew);
+    EXPECT_MATH_ERROR(T.init(a.data(), a.data(), -5, two, true), tooFew);
+    EXPECT_MATH_ERROR(T.init(same.data(), a.data(), 4, nullptr, false),
+                      "Matched points coincide, scale is undefined");
+    a[3] = Vector::of({1, 2, nan});
+    EXPECT_MATH_ERROR(T.init(a.data(), same.data(), 4, nullptr, true),
+                      "Eigen Values/Vectors computation failed");
+    a[3] = Vector(4);
+    EXPECT_MATH_ERROR(T.init(same.data(), a.data(), 4, nullptr, true), "Bad vector dimensions");
+    EXPECT_EQ(T, sample);
+}
+
+TEST(MatrixTHRegistration, ReproducesAPublishedDatumTransformation)
+{
+    auto const rows = readReference("datum_stations.csv");
+    std::vector<Vector> const local = pointsOf(rows, 0, 0), wgs84 = pointsOf(rows, 0, 3);
+    MatrixTH T;
+    double const s = T.init(local.data(), wgs84.data(), local.size(), nullptr, false);
+
+    // The rotation does not depend on the scale: every published digit. Their scale minimises the
+    // residuals where ours is the ratio of spreads: 9e-12 apart, which moves t by 4e6 m times that.
+    double const arcSecond = std::numbers::pi / 180 / 3600;
+    EXPECT_TRUE((T.getVectorR() / arcSecond).equals(Vector::of({0.9985, -0.8937, -0.9931}), 1e-4));
+    EXPECT_NEAR(s - 1, 5.5825198e-6, 1e-11);
+    EXPECT_TRUE(T.getVectorPos().equals(Vector::of({641.8804, 68.6553, 416.3982}), 1e-4));
+    double squares = 0;
+    std::vector<Vector> const images = mapped(T, s, local);
+    for (std::size_t i = 0; i < images.size(); ++i)
+        squares += std::pow((images[i] - wgs84[i]).length(), 2);
+    EXPECT_NEAR(std::sqrt(squares / 7), 0.109, 5e-4);
+}
+
+TEST(MatrixTHPrincipalAxes, AgreeWithReferenceValuesFarFromTheOrigin)
+{
+    auto const rows = readReference("principal_axes.csv");
+    std::vector<double> const& expected = rows[0];
+    std::vector<Vector> const points = pointsOf(rows, 1, 0);
+    Matrix const axes(&expected[15], 3, 3);
+    MatrixTH T;
+    Vector values;
+    T.init(points.data(), points.size(), values, points.size() - 1);
+    EXPECT_LT(ulps(values, Vector(&expected[12], 3), expected[14]), 16);
+    EXPECT_EQ(T.getVectorPos(), Vector(&expected[0], 3));
+    Vector const inFrame = MatrixTH(T.inverse()).mapPoint(points.back());
+    for (int const i : {0, 1, 2}) {
+        Vector const axis = axes.getColVector(2 - i), actual = T.getMatrixRot().getColVector(i);
+        EXPECT_LT(std::min(ulps(actual, axis), ulps(-actual, axis)), 64) << i;
+        EXPECT_TRUE(i == 2 || inFrame[i] > 0) << "towards the given point";
+    }
+}
+
+TEST(MatrixTHPrincipalAxes, ThePointSettlesTheSignsOfXAndY)
+{
+    std::vector<Vector> const corners = {Vector::of({5, 2, 0}), Vector::of({-5, 2, 0}),
+                                         Vector::of({5, -2, 0}), Vector::of({-5, -2, 0})};
+    for (int i = 0; i < 4; ++i) {
+        Vector const signs = Vector::of(
+            {corners[i][0] / 5, corners[i][1] / 2, corners[i][0] * corners[i][1] / 10, 1});
+        Matrix expected(4, 4);
+        expected.setDiagVector(signs);
+        MatrixTH T;
+        T.init(corners.data(), 4, i);
+        EXPECT_TRUE(T.equals(expected, 1e-15)) << T;
+    }
+}
+
+TEST(MatrixTHPrincipalAxes, MisuseLeavesTheTransform)
+{
+    std::vector<Vector> points = randomPoints(4);
+    Vector values = Vector::of({7});
+    MatrixTH T = sample;
+    EXPECT_MATH_ERROR(T.init(points.data(), 2, values, 0), "Vector number must exceed or equal 3");
+    EXPECT_MATH_ERROR(T.init(points.data(), 4, values, 4), "Bad index value");
+    EXPECT_MATH_ERROR(T.init(points.data(), 4u, values, -1), "Bad index value");
+    points[2] = Vector(2);
+    EXPECT_MATH_ERROR(T.init(points.data(), 4, values, 0), "Bad vector dimensions");
+    EXPECT_EQ(values, Vector::of({7}));
+    points[2] = Vector::of({nan, 0, 0});
+    EXPECT_MATH_ERROR(T.init(points.data(), 4, values, 0),
+                      "Eigen Values/Vectors computation failed");
+    EXPECT_EQ(values, Vector(3)) << "zeros of the failed decomposition";
+    EXPECT_EQ(T, sample);
+}
+
+}  // namespace
