@@ -38,13 +38,13 @@ Block<double> writing(Matrix& m)
     return {m.begin(), m.getCol()};
 }
 
-double const* reading(Vector const& v, int size)
+double const* reading(Vector const& v, [[maybe_unused]] int size)
 {
     assert(v.getSize() >= size);
     return v.begin();
 }
 
-double* writing(Vector& v, int size)
+double* writing(Vector& v, [[maybe_unused]] int size)
 {
     assert(v.getSize() >= size);
     return v.begin();
