@@ -1,0 +1,164 @@
+#include "math/BSpline.h"
+
+#include "math/MathError.h"
+#include "math/internal/SplineSpan.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <numeric>
+#include <ostream>
+
+using measuremath::horner;
+using measuremath::PlanePoint;
+using measuremath::require;
+using measuremath::SplineSpan;
+
+namespace {
+
+constexpr char const* invalidStructure =
+    "Invalid BSpline, check order, break points and multiplicities";
+
+Vector vectorOf(PlanePoint point)
+{
+    return Vector::of({point.x, point.y});
+}
+
+void displayZeros(std::ostream& os, int from, int to)
+{
+    for (int i = from; i < to; ++i) os << "0 ";
+}
+
+void displayValues(std::ostream& os, std::vector<double> const& values)
+{
+    for (double const value : values) os << value << " ";
+}
+
+// The values from index `first` on of `count`, cyclically; where they lap they add up.
+std::vector<double> cyclicRow(int count, int first, std::vector<double> const& values)
+{
+    std::vector<double> row(static_cast<std::size_t>(count));
+    for (std::size_t c = 0; c < values.size(); ++c)
+        row[(static_cast<std::size_t>(first) + c) % row.size()] += values[c];
+    return row;
+}
+
+}  // namespace
+
+void BSpline::requireSpanMatrices() const
+{
+    requireInit();
+    require(!_spanMatrices.empty() && _spanMatrices.front().getRow() == _order, invalidStructure);
+}
+
+void BSpline::requireCurve() const
+{
+    requireSpanMatrices();
+    require(std::min(_xControlPoints.getSize(), _yControlPoints.getSize()) >= _nbBSplines,
+            "Too few control points, use setOrChangeControlPoints()");
+}
+
+SplineSpan BSpline::spanOf(int span) const
+{
+    int const first = firstSplineIndex(span);
+    // `setOpen` may have made an open curve of a closed one.
+    require(!_open || (first >= 0 && first <= _nbBSplines - _order), invalidStructure);
+    double const* const b = _breakPoints.cbegin() + span;
+    double const* const matrix = _spanMatrices[static_cast<std::size_t>(span)].begin();
+    return {b[0], b[1], _order, matrix, first, _nbBSplines};
+}
+
+template <int derivative>
+PlanePoint BSpline::evaluate(double s) const
+{
+    requireCurve();
+    SplineSpan const span = spanOf(spanNumber(s));
+    double const* const x = _xControlPoints.cbegin();
+    double const* const y = _yControlPoints.cbegin();
+    return horner<derivative>(span.order, s - span.start,
+                              [&](int r) { return span.coefficient(x, y, r); });
+}
+
+Vector BSpline::computeCurvePoint(double s) const
+{
+    return vectorOf(evaluate<0>(s));
+}
+
+PlanePoint BSpline::unitTangent(double s) const
+{
+    PlanePoint const tangent = evaluate<1>(s);
+    double const length = std::hypot(tangent.x, tangent.y);
+    return {tangent.x / length, tangent.y / length};
+}
+
+Vector BSpline::computeTangentToCurve(double s) const
+{
+    return vectorOf(unitTangent(s));
+}
+
+Vector BSpline::computeNormalToCurve(double s) const
+{
+    PlanePoint const tangent = unitTangent(s);
+    return vectorOf({-tangent.y, tangent.x});
+}
+
+void BSpline::requireSampling(double step) const
+{
+    requireCurve();
+    assert(step > 0.0 && (_maxS <= 0.0 || _maxS + step > _maxS));
+    static_cast<void>(step);
+}
+
+void BSpline::splineToCurve(Pix::ListPoint<double>& list, double step) const
+{
+    requireSampling(step);
+    list.clear();
+    for (double s = 0.0; s < _maxS; s += step) list.push_back(evaluate<0>(s));
+    if (_open) list.push_back(evaluate<0>(_maxS));
+}
+
+void BSpline::fastSplineToCurve(Pix::ListPoint<double>& list, double step) const
+{
+    requireSampling(step);
+    std::vector<PlanePoint> coefficients(static_cast<std::size_t>(_order));
+    SplineSpan span = spanOf(0);
+    auto const enter = [&](int j) {
+        span = spanOf(j);
+        for (int r = 0; r < _order; ++r)
+            coefficients[static_cast<std::size_t>(r)] =
+                span.coefficient(_xControlPoints.cbegin(), _yControlPoints.cbegin(), r);
+    };
+    auto const append = [&, a = coefficients.data()](double s) {
+        list.push_back(horner<0>(_order, s - span.start, [a](int r) { return a[r]; }));
+    };
+
+    list.clear();
+    int j = 0;
+    enter(j);
+    for (double s = 0.0; s < _maxS; s += step) {
+        if (s >= span.end) enter(++j);  // kept: at most one span a sample, whatever the step
+        append(s);
+    }
+    if (_open) append(_maxS);
+}
+
+void BSpline::display(std::ostream& os) const
+{
+    constexpr double step = 0.05;
+
+    requireSpanMatrices();
+    for (double s = 0.0; s < _maxS + eps; s += step) {
+        SplineSpan const span = spanOf(spanNumber(s));
+        std::vector<double> values(static_cast<std::size_t>(_order));
+        span.basis<0>(s - span.start, values.data());
+        os << s << " ";
+        if (_open) {
+            displayZeros(os, 0, span.first);
+            displayValues(os, values);
+            displayZeros(os, span.first + _order, _nbBSplines);
+        } else {
+            displayValues(os, cyclicRow(_nbBSplines, span.first, values));
+        }
+        os << std::accumulate(values.begin(), values.end(), 0.0) << " \n";
+    }
+}
