@@ -1,0 +1,284 @@
+// The decompositions beside the LAPACK calls that do their work, each with its workspace query and
+// a copy of the input; and the least-squares solver beside the steps that it saves.
+
+#include "math/LinearAlgebra.h"
+#include "math/SVDSolver.h"
+
+#include <benchmark/benchmark.h>
+#include <lapack.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace {
+
+Matrix randomMatrix(int rows, int cols)
+{
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    Matrix result(rows, cols);
+    for (double& element : result) element = uniform(generator);
+    return result;
+}
+
+// A positive definite matrix, its copy for LAPACK and outputs of all kinds for both sides.
+struct Square {
+    explicit Square(int order)
+        : n(order),
+          G(randomMatrix(n, n)),
+          A(G.transpose() * G + Matrix(n, n, Matrix::IDENTITY)),
+          M(n, n),
+          N(n, n),
+          b(n),
+          v(n),
+          a(A.size()),
+          u(A.size()),
+          vt(A.size()),
+          s(b.size()),
+          pivots(2 * b.size())
+    {
+    }
+
+    void copyInput() { std::copy(A.cbegin(), A.cend(), a.begin()); }
+
+    int n;
+    Matrix G, A, M, N;
+    Vector b, v;
+    std::vector<double> a, u, vt, s;
+    std::vector<int> pivots;
+    int info = 0;
+};
+
+template <class Routine>
+void withWorkspace(Routine routine)
+{
+    double size = 0.0;
+    routine(&size, -1);
+    std::vector<double> work(static_cast<std::size_t>(size));
+    routine(work.data(), static_cast<int>(size));
+}
+
+bool isClose(Matrix const& actual, Matrix const& expected)
+{
+    return (actual - expected).frobeniusNorm() <= 1e-8 * expected.frobeniusNorm();
+}
+
+struct Svd : Square {
+    using Square::Square;
+    void ours() { svd(A, M, v, N); }
+    void raw()
+    {
+        copyInput();
+        char const job = 'S';
+        withWorkspace([&](double* work, int lwork) {
+            LAPACK_dgesvd(&job, &job, &n, &n, a.data(), &n, s.data(), u.data(), &n, vt.data(), &n,
+                          work, &lwork, &info);
+        });
+    }
+    bool isRight() const
+    {
+        Matrix S(n, n);
+        S.setDiagVector(v);
+        return isClose(M * S * N.transpose(), A);
+    }
+};
+
+struct Qr : Square {
+    using Square::Square;
+    void ours() { qr(A, M, N); }
+    void raw()
+    {
+        copyInput();
+        withWorkspace([&](double* work, int lwork) {
+            LAPACK_dgeqrf(&n, &n, a.data(), &n, s.data(), work, &lwork, &info);
+        });
+        withWorkspace([&](double* work, int lwork) {
+            LAPACK_dorgqr(&n, &n, &n, a.data(), &n, s.data(), work, &lwork, &info);
+        });
+    }
+    bool isRight() const { return isClose(M * N, A); }
+};
+
+struct LuSolve : Square {
+    using Square::Square;
+    void ours() { luSolve(A, b, v); }
+    void raw()
+    {
+        copyInput();
+        char const trans = 'T';
+        int const one = 1;
+        std::copy(b.cbegin(), b.cend(), s.begin());
+        LAPACK_dgetrf(&n, &n, a.data(), &n, pivots.data(), &info);
+        LAPACK_dgetrs(&trans, &n, &one, a.data(), &n, pivots.data(), s.data(), &n, &info);
+    }
+    bool isRight() const { return (A * v - b).length() <= 1e-8; }
+};
+
+struct LuInverse : Square {
+    using Square::Square;
+    void ours() { luInverse(A, M); }
+    void raw()
+    {
+        copyInput();
+        LAPACK_dgetrf(&n, &n, a.data(), &n, pivots.data(), &info);
+        withWorkspace([&](double* work, int lwork) {
+            LAPACK_dgetri(&n, a.data(), &n, pivots.data(), work, &lwork, &info);
+        });
+    }
+    bool isRight() const { return isClose(A * M, Matrix(n, n, Matrix::IDENTITY)); }
+};
+
+struct Eigen : Square {
+    using Square::Square;
+    void ours() { eigenValuesVectors(A, v, M); }
+    void raw()
+    {
+        copyInput();
+        double size = 0.0;
+        int integerSize = 0;
+        call(&size, -1, &integerSize, -1);
+        std::vector<double> work(static_cast<std::size_t>(size));
+        std::vector<int> iwork(static_cast<std::size_t>(integerSize));
+        call(work.data(), static_cast<int>(size), iwork.data(), integerSize);
+    }
+    void call(double* work, int lwork, int* iwork, int liwork)
+    {
+        double const unused = 0.0;
+        double const tolerance = -1.0;
+        int const index = 0;
+        int found = 0;
+        LAPACK_dsyevr("V", "A", "L", &n, a.data(), &n, &unused, &unused, &index, &index, &tolerance,
+                      &found, s.data(), u.data(), &n, pivots.data(), work, &lwork, iwork, &liwork,
+                      &info);
+    }
+    bool isRight() const
+    {
+        Matrix D(n, n);
+        D.setDiagVector(v);
+        return isClose(M * D * M.transpose(), A);
+    }
+};
+
+struct Cholesky : Square {
+    using Square::Square;
+    void ours() { posDefDecomp(A, M); }
+    void raw()
+    {
+        copyInput();
+        LAPACK_dpotrf("L", &n, a.data(), &n, &info);
+    }
+    bool isRight() const { return isClose(M.transpose() * M, A); }
+};
+
+struct CholeskyInverse : Square {
+    using Square::Square;
+    void ours() { posDefInverse(A, M); }
+    void raw()
+    {
+        copyInput();
+        LAPACK_dpotrf("L", &n, a.data(), &n, &info);
+        LAPACK_dpotri("L", &n, a.data(), &n, &info);
+    }
+    bool isRight() const { return isClose(A * M, Matrix(n, n, Matrix::IDENTITY)); }
+};
+
+template <class Work>
+void ours(benchmark::State& state)
+{
+    Work work(static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        work.ours();
+        benchmark::ClobberMemory();
+    }
+    if (!work.isRight()) state.SkipWithError("wrong result");
+}
+
+template <class Work>
+void raw(benchmark::State& state)
+{
+    Work work(static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        work.raw();
+        benchmark::ClobberMemory();
+    }
+    if (work.info != 0) state.SkipWithError("LAPACK reports a failure");
+}
+
+void sizes(benchmark::internal::Benchmark* b)
+{
+    for (int const n : {3, 6, 16, 64, 256}) b->Arg(n);
+}
+
+BENCHMARK(ours<Svd>)->Apply(sizes);
+BENCHMARK(raw<Svd>)->Apply(sizes);
+BENCHMARK(ours<Qr>)->Apply(sizes);
+BENCHMARK(raw<Qr>)->Apply(sizes);
+BENCHMARK(ours<LuSolve>)->Apply(sizes);
+BENCHMARK(raw<LuSolve>)->Apply(sizes);
+BENCHMARK(ours<LuInverse>)->Apply(sizes);
+BENCHMARK(raw<LuInverse>)->Apply(sizes);
+BENCHMARK(ours<Eigen>)->Apply(sizes);
+BENCHMARK(raw<Eigen>)->Apply(sizes);
+BENCHMARK(ours<Cholesky>)->Apply(sizes);
+BENCHMARK(raw<Cholesky>)->Apply(sizes);
+BENCHMARK(ours<CholeskyInverse>)->Apply(sizes);
+BENCHMARK(raw<CholeskyInverse>)->Apply(sizes);
+
+// Rows of A, columns of A.
+void systems(benchmark::internal::Benchmark* b)
+{
+    b->ArgNames({"m", "n"})->Args({4, 4})->Args({100, 4})->Args({10000, 6})->Args({100000, 4});
+}
+
+struct System {
+    explicit System(benchmark::State const& state)
+        : A(randomMatrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)))),
+          b(A.getColVector(0))
+    {
+    }
+    Matrix A;
+    Vector b;  // the solution is the first unit vector
+};
+
+void oursSolver(benchmark::State& state)
+{
+    System const system(state);
+    SVDSolver solver;
+    for (auto _ : state) {
+        solver.solve(system.A, system.b);
+        benchmark::DoNotOptimize(solver.getVecSol().begin());
+    }
+    if (std::abs(solver.getVecSol()[0] - 1.0) > 1e-8) state.SkipWithError("wrong result");
+}
+BENCHMARK(oursSolver)->Apply(systems);
+
+// The same results by U for all rows and the pseudo-inverse.
+void rawSolver(benchmark::State& state)
+{
+    System const system(state);
+    Matrix const& A = system.A;
+    int const m = A.getRow();
+    int const n = A.getCol();
+    for (auto _ : state) {
+        Matrix U(m, n, Matrix::NO_INIT);
+        Matrix V(n, n, Matrix::NO_INIT);
+        Matrix cov(n, n);
+        Matrix inverse(n, m, Matrix::NO_INIT);
+        Vector S(n);
+        unsigned int rank = 0;
+        double cond = 0.0;
+        svd(A, U, S, V);
+        singularValuesThreshold(S, rank, cond, -1.0);
+        svdCovariance(S, V, cov);
+        svdInverse(U, S, V, inverse);
+        Vector const x = inverse * system.b;
+        Vector const residuals = A * x - system.b;
+        cov *= residuals.dot(residuals);
+        benchmark::DoNotOptimize(cov.begin());
+    }
+}
+BENCHMARK(rawSolver)->Apply(systems);
+
+}  // namespace
