@@ -23,7 +23,8 @@ Matrix randomMatrix(int rows, int cols)
     return result;
 }
 
-// A positive definite matrix, its copy for LAPACK and outputs of all kinds for both sides.
+// A positive definite matrix, and outputs of all kinds for both sides. The raw calls copy the input
+// to their output where they work in place, and to new storage where they do not.
 struct Square {
     explicit Square(int order)
         : n(order),
@@ -33,21 +34,23 @@ struct Square {
           N(n, n),
           b(n),
           v(n),
-          a(A.size()),
           u(A.size()),
           vt(A.size()),
-          s(b.size()),
-          pivots(2 * b.size())
+          s(b.size())
     {
     }
 
-    void copyInput() { std::copy(A.cbegin(), A.cend(), a.begin()); }
+    std::vector<double> inputCopy() const { return {A.cbegin(), A.cend()}; }
+    void copyInputToOutput() { std::copy(A.cbegin(), A.cend(), u.begin()); }
+    static std::vector<int> integers(int count)
+    {
+        return std::vector<int>(static_cast<std::size_t>(count));
+    }
 
     int n;
     Matrix G, A, M, N;
     Vector b, v;
-    std::vector<double> a, u, vt, s;
-    std::vector<int> pivots;
+    std::vector<double> u, vt, s;
     int info = 0;
 };
 
@@ -70,7 +73,7 @@ struct Svd : Square {
     void ours() { svd(A, M, v, N); }
     void raw()
     {
-        copyInput();
+        std::vector<double> a = inputCopy();
         char const job = 'S';
         withWorkspace([&](double* work, int lwork) {
             LAPACK_dgesvd(&job, &job, &n, &n, a.data(), &n, s.data(), u.data(), &n, vt.data(), &n,
@@ -90,12 +93,13 @@ struct Qr : Square {
     void ours() { qr(A, M, N); }
     void raw()
     {
-        copyInput();
+        copyInputToOutput();
+        std::vector<double> tau(s.size());
         withWorkspace([&](double* work, int lwork) {
-            LAPACK_dgeqrf(&n, &n, a.data(), &n, s.data(), work, &lwork, &info);
+            LAPACK_dgeqrf(&n, &n, u.data(), &n, tau.data(), work, &lwork, &info);
         });
         withWorkspace([&](double* work, int lwork) {
-            LAPACK_dorgqr(&n, &n, &n, a.data(), &n, s.data(), work, &lwork, &info);
+            LAPACK_dorgqr(&n, &n, &n, u.data(), &n, tau.data(), work, &lwork, &info);
         });
     }
     bool isRight() const { return isClose(M * N, A); }
@@ -106,10 +110,11 @@ struct LuSolve : Square {
     void ours() { luSolve(A, b, v); }
     void raw()
     {
-        copyInput();
+        std::vector<double> a = inputCopy();
         char const trans = 'T';
         int const one = 1;
         std::copy(b.cbegin(), b.cend(), s.begin());
+        std::vector<int> pivots = integers(n);
         LAPACK_dgetrf(&n, &n, a.data(), &n, pivots.data(), &info);
         LAPACK_dgetrs(&trans, &n, &one, a.data(), &n, pivots.data(), s.data(), &n, &info);
     }
@@ -121,10 +126,11 @@ struct LuInverse : Square {
     void ours() { luInverse(A, M); }
     void raw()
     {
-        copyInput();
-        LAPACK_dgetrf(&n, &n, a.data(), &n, pivots.data(), &info);
+        copyInputToOutput();
+        std::vector<int> pivots = integers(n);
+        LAPACK_dgetrf(&n, &n, u.data(), &n, pivots.data(), &info);
         withWorkspace([&](double* work, int lwork) {
-            LAPACK_dgetri(&n, a.data(), &n, pivots.data(), work, &lwork, &info);
+            LAPACK_dgetri(&n, u.data(), &n, pivots.data(), work, &lwork, &info);
         });
     }
     bool isRight() const { return isClose(A * M, Matrix(n, n, Matrix::IDENTITY)); }
@@ -135,23 +141,23 @@ struct Eigen : Square {
     void ours() { eigenValuesVectors(A, v, M); }
     void raw()
     {
-        copyInput();
-        double size = 0.0;
-        int integerSize = 0;
-        call(&size, -1, &integerSize, -1);
-        std::vector<double> work(static_cast<std::size_t>(size));
-        std::vector<int> iwork(static_cast<std::size_t>(integerSize));
-        call(work.data(), static_cast<int>(size), iwork.data(), integerSize);
-    }
-    void call(double* work, int lwork, int* iwork, int liwork)
-    {
+        std::vector<double> a = inputCopy();
+        std::vector<int> support = integers(2 * n);
         double const unused = 0.0;
         double const tolerance = -1.0;
         int const index = 0;
         int found = 0;
-        LAPACK_dsyevr("V", "A", "L", &n, a.data(), &n, &unused, &unused, &index, &index, &tolerance,
-                      &found, s.data(), u.data(), &n, pivots.data(), work, &lwork, iwork, &liwork,
-                      &info);
+        auto const call = [&](double* work, int lwork, int* iwork, int liwork) {
+            LAPACK_dsyevr("V", "A", "L", &n, a.data(), &n, &unused, &unused, &index, &index,
+                          &tolerance, &found, s.data(), u.data(), &n, support.data(), work, &lwork,
+                          iwork, &liwork, &info);
+        };
+        double size = 0.0;
+        int integerSize = 0;
+        call(&size, -1, &integerSize, -1);
+        std::vector<double> work(static_cast<std::size_t>(size));
+        std::vector<int> iwork = integers(integerSize);
+        call(work.data(), static_cast<int>(size), iwork.data(), integerSize);
     }
     bool isRight() const
     {
@@ -166,8 +172,8 @@ struct Cholesky : Square {
     void ours() { posDefDecomp(A, M); }
     void raw()
     {
-        copyInput();
-        LAPACK_dpotrf("L", &n, a.data(), &n, &info);
+        copyInputToOutput();
+        LAPACK_dpotrf("L", &n, u.data(), &n, &info);
     }
     bool isRight() const { return isClose(M.transpose() * M, A); }
 };
@@ -177,9 +183,9 @@ struct CholeskyInverse : Square {
     void ours() { posDefInverse(A, M); }
     void raw()
     {
-        copyInput();
-        LAPACK_dpotrf("L", &n, a.data(), &n, &info);
-        LAPACK_dpotri("L", &n, a.data(), &n, &info);
+        copyInputToOutput();
+        LAPACK_dpotrf("L", &n, u.data(), &n, &info);
+        LAPACK_dpotri("L", &n, u.data(), &n, &info);
     }
     bool isRight() const { return isClose(A * M, Matrix(n, n, Matrix::IDENTITY)); }
 };

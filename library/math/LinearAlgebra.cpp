@@ -5,6 +5,7 @@
 #include "math/internal/Transpose.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace lapack = measuremath::lapack;
@@ -45,17 +46,36 @@ bool isUpperTriangleFinite(Matrix const& A)
     return true;
 }
 
+void zeroBelowDiagonal(Matrix& M)
+{
+    int const cols = M.getCol();
+    double* row = M.data();
+    for (int i = 0; i < M.getRow(); ++i, row += cols) std::fill_n(row, std::min(i, cols), 0.0);
+}
+
+void zeroAboveDiagonal(Matrix& M)
+{
+    int const cols = M.getCol();
+    double* row = M.data();
+    for (int i = 0; i + 1 < cols; ++i, row += cols) std::fill(row + i + 1, row + cols, 0.0);
+}
+
 bool failWithZeros(TVector<double>& output)
 {
     output.zeroed();
     return false;
 }
 
-// The factorisation A = Uᵀ · U in place; what lies below the diagonal stays.
+// The factorisation A = Uᵀ · U in place; what lies below the diagonal stays. It cannot hang, and
+// any infinity or NaN in A reaches the diagonal of U.
 bool factorPositiveDefinite(Matrix& A)
 {
     int const n = A.getRow();
-    return isUpperTriangleFinite(A) && lapack::checked(lapack::potrf('L', n, A.data(), n)) == 0;
+    double* const a = A.data();
+    if (lapack::checked(lapack::potrf('L', n, a, n)) != 0) return false;
+    for (int i = 0; i < n; ++i)
+        if (!std::isfinite(a[at(i, i, n)])) return false;
+    return true;
 }
 
 // Eigenvectors come out in the rows.
@@ -117,10 +137,8 @@ void qr(Matrix const& A, Matrix& Q, Matrix& R)
     double* const t = tau.data();
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::geqrf(m, n, a, m, t, work, lwork); }));
-    R.zeroed();
-    double* const r = R.data();
-    for (int j = 0; j < n; ++j)
-        for (int i = 0; i <= std::min(j, k - 1); ++i) r[at(i, j, n)] = a[at(j, i, m)];
+    measuremath::transpose(a, n, k, m, R.data());
+    zeroBelowDiagonal(R);
 
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::orgqr(m, k, k, a, m, t, work, lwork); }));
@@ -144,10 +162,8 @@ void lq(Matrix const& A, Matrix& L, Matrix& Q)
     double* const t = tau.data();
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::gelqf(m, n, a, m, t, work, lwork); }));
-    L.zeroed();
-    double* const l = L.data();
-    for (int j = 0; j < k; ++j)
-        for (int i = j; i < m; ++i) l[at(i, j, k)] = a[at(j, i, m)];
+    measuremath::transpose(a, k, m, m, L.data());
+    zeroAboveDiagonal(L);
 
     lapack::requireSuccess(lapack::withWorkspace(
         [&](double* work, int lwork) { return lapack::orglq(k, n, k, a, m, t, work, lwork); }));
@@ -191,7 +207,7 @@ bool luInverse(Matrix const& A, Matrix& invA)
 {
     requireShape(invA, A.getRow(), A.getCol(), "Invalid invA matrix size");
     requireSquare(A);
-    invA = A;
+    invA.init(A);
     return luInverse(invA);
 }
 
@@ -231,10 +247,9 @@ bool posDefDecomp(Matrix const& A, Matrix& U)
     requireShape(U, n, n, "Invalid U matrix size");
     if (A.empty()) return true;
 
-    U = A;
+    U.init(A);
     if (!factorPositiveDefinite(U)) return failWithZeros(U);
-    double* row = U.data();
-    for (int i = 0; i < n; ++i, row += n) std::fill_n(row, i, 0.0);
+    zeroBelowDiagonal(U);
     return true;
 }
 
@@ -245,7 +260,7 @@ bool posDefInverse(Matrix const& A, Matrix& invA)
     requireShape(invA, n, n, "Invalid invA matrix size");
     if (A.empty()) return true;
 
-    invA = A;
+    invA.init(A);
     if (!factorPositiveDefinite(invA)) return failWithZeros(invA);
     double* const a = invA.data();
     lapack::requireSuccess(lapack::potri('L', n, a, n));
