@@ -75,8 +75,10 @@ PlanePoint BSpline::evaluate(double s) const
     SplineSpan const span = spanOf(spanNumber(s));
     double const* const x = _xControlPoints.cbegin();
     double const* const y = _yControlPoints.cbegin();
-    return horner<derivative>(span.order, s - span.start,
-                              [&](int r) { return span.coefficient(x, y, r); });
+    return measuremath::withOrder(_order, [&](auto order) {
+        return horner<derivative>(order, s - span.start,
+                                  [&](int r) { return span.coefficient(order, x, y, r); });
+    });
 }
 
 Vector BSpline::computeCurvePoint(double s) const
@@ -126,20 +128,22 @@ void BSpline::fastSplineToCurve(Pix::ListPoint<double>& list, double step) const
         span = spanOf(j);
         for (int r = 0; r < _order; ++r)
             coefficients[static_cast<std::size_t>(r)] =
-                span.coefficient(_xControlPoints.cbegin(), _yControlPoints.cbegin(), r);
-    };
-    auto const append = [&, a = coefficients.data()](double s) {
-        list.push_back(horner<0>(_order, s - span.start, [a](int r) { return a[r]; }));
+                span.coefficient(_order, _xControlPoints.cbegin(), _yControlPoints.cbegin(), r);
     };
 
     list.clear();
     int j = 0;
     enter(j);
-    for (double s = 0.0; s < _maxS; s += step) {
-        if (s >= span.end) enter(++j);  // kept: at most one span a sample, whatever the step
-        append(s);
-    }
-    if (_open) append(_maxS);
+    measuremath::withOrder(_order, [&, a = coefficients.data()](auto order) {
+        auto const append = [&](double s) {
+            list.push_back(horner<0>(order, s - span.start, [a](int r) { return a[r]; }));
+        };
+        for (double s = 0.0; s < _maxS; s += step) {
+            if (s >= span.end) enter(++j);  // kept: at most one span a sample, whatever the step
+            append(s);
+        }
+        if (_open) append(_maxS);
+    });
 }
 
 void BSpline::display(std::ostream& os) const

@@ -3,6 +3,7 @@
 #include "pix/Point.h"
 
 #include <algorithm>
+#include <type_traits>
 
 /// The pieces of spline curves as polynomials in the local parameter u, which evaluation, sampling
 /// and fitting share.
@@ -18,9 +19,29 @@ constexpr double fallingFactorial(int r, int d)
     return product;
 }
 
+/// Calls `work` with the order: as a constant for the usual ones, so that loops over it unroll.
+template <class Work>
+decltype(auto) withOrder(int order, Work work)
+{
+    switch (order) {
+        case 2:
+            return work(std::integral_constant<int, 2>());
+        case 3:
+            return work(std::integral_constant<int, 3>());
+        case 4:
+            return work(std::integral_constant<int, 4>());
+        case 5:
+            return work(std::integral_constant<int, 5>());
+        case 6:
+            return work(std::integral_constant<int, 6>());
+        default:
+            return work(order);
+    }
+}
+
 /// The derivative of Σ_r coefficient(r) · u^r, r < order, by Horner's rule.
-template <int derivative, class Coefficient>
-PlanePoint horner(int order, double u, Coefficient coefficient)
+template <int derivative, class Order, class Coefficient>
+PlanePoint horner(Order order, double u, Coefficient coefficient)
 {
     PlanePoint p;
     for (int r = order - 1; r >= derivative; --r) {
@@ -43,12 +64,20 @@ struct SplineSpan {
 
     int next(int index) const { return index + 1 == nbControlPoints ? 0 : index + 1; }
 
-    /// Coefficient of u^r in the curve with control points (x[i], y[i]).
-    PlanePoint coefficient(double const* x, double const* y, int r) const
+    /// Coefficient of u^r in the curve with control points (x[i], y[i]); k is the order.
+    template <class Order>
+    PlanePoint coefficient(Order k, double const* x, double const* y, int r) const
     {
-        double const* const row = matrix + r * order;
+        double const* const row = matrix + r * k;
         PlanePoint a;
-        for (int c = 0, i = first; c < order; ++c, i = next(i)) {
+        if (first + k <= nbControlPoints) {
+            for (int c = 0; c < k; ++c) {
+                a.x += row[c] * x[first + c];
+                a.y += row[c] * y[first + c];
+            }
+            return a;
+        }
+        for (int c = 0, i = first; c < k; ++c, i = next(i)) {
             a.x += row[c] * x[i];
             a.y += row[c] * y[i];
         }
