@@ -28,6 +28,14 @@ namespace measuremath {
 struct SplineSpan;
 }
 
+/// A measured point and its match on a curve.
+struct MatchedPointInfo {
+    Pix::Point<double> point;  ///< Where it was measured.
+    double weight = 1.0;       ///< Weight of its squared distance, >= 0; 1 / variance is the best.
+    double s = 0.0;            ///< Parameter of its foot on the curve.
+    double distance = 0.0;     ///< From the point to its foot.
+};
+
 /// Planar B-spline curve over given break points, open or closed.
 ///
 ///   constructed → `init`: structure known → `setOrChangeControlPoints` or a fit: curve known
@@ -56,6 +64,8 @@ public:
     /// @param knotMultiplicities  of each break point as a knot; a list too short is continued with
     ///        1, one too long is cut. The ends are set: to `order` on an open curve, the last one
     ///        to the first one on a closed curve.
+    /// @throws MathError "Invalid array size", with the curve unchanged, when a count is so large
+    ///         that no array holds it.
     void init(int order, Vector const& breakPoints, std::vector<int> const& knotMultiplicities,
               bool open);
 
@@ -141,12 +151,70 @@ public:
     /// @throws MathError as evaluation does; no control points are needed.
     void display(std::ostream& os) const;
 
+    /// @name Fitting to measured points
+    /// The fit minimises over the control points, with s_i the parameter of the foot of point i,
+    ///
+    ///     E = Σ_i weight_i · |point_i - C(s_i)|² + λ ∫ |C''(s)|² ds,
+    ///
+    /// the bending being that of O'Sullivan 1986 (see Eilers and Marx, Statistical Science 1996).
+    /// A curve of n control points is fitted in O(points · k²) + O(n³) a step.
+    /// @{
+
+    /// Matches each point to the nearest one of the curve: the nearest of samples at most
+    /// `getDiscreteStep()` apart, then Newton's method within spans, which never increases the
+    /// distance. Take a step fine enough to tell the branches of the curve apart.
+    /// @param points  x and y in the first two elements of each.
+    /// @throws MathError as evaluation does; "Invalid measured point" when a point has fewer than
+    ///         two elements or is not finite; "Invalid discrete step" unless it is positive.
+    std::vector<MatchedPointInfo> initMatchedPoints(std::vector<Vector> const& points) const;
+
+    /// Matches a sequence of points, in order along the curve, in proportion to the length of the
+    /// chords between them. The first point is matched to the first break point; on an open curve
+    /// the last one to the last. Needs no control points: it begins a fit from nothing. The
+    /// distances stay 0.
+    /// @throws MathError as `initMatchedPoints` does; "Measured points coincide" when all do.
+    std::vector<MatchedPointInfo> initMatchedPointsByChordLength(
+        std::vector<Vector> const& points) const;
+
+    /// Fits the control points, and matches the points anew, until the distances settle.
+    ///
+    /// The first step solves the penalised linear least squares for the parameters as given; the
+    /// curve's own control points play no part. Each further step linearises the distances about
+    /// the current feet, where a foot slides along the tangent (orthogonal distance fitting; tangent
+    /// distance minimisation of Wang, Pottmann and Liu, ACM TOG 2006), damped by the metric
+    /// ∫ |ΔC|² ds, solves by Cholesky and matches each point from its last foot on. A step that does
+    /// not decrease E is taken back and damped more. A point that alone is matched to an end of an
+    /// open curve stays there, which keeps the curve from growing beyond the data.
+    /// @param[in,out] matchedPoints  parameters to start from; on return those of the fit.
+    /// @param nbIterMax  limit on the steps; 1 is the linear fit alone, which always is made.
+    /// @return the root mean square distance, √(Σ weight · distance² / Σ weight).
+    /// @throws MathError, with curve and points unchanged, "Uninitialized  BSpline , use init()";
+    ///         "Invalid BSpline, check order, break points and multiplicities"; "Invalid measured
+    ///         point" for a value that is not finite, a negative weight or a parameter off the
+    ///         curve; "Invalid smoothing parameter" unless it is >= 0 and finite; "Too few points to
+    ///         fit the BSpline" when fewer points have a weight than there are control points (two,
+    ///         with smoothing); "Points do not determine the BSpline" when a part of the curve has
+    ///         no points and no smoothing (an order of 2 has no bending).
+    double refinement(std::vector<MatchedPointInfo>& matchedPoints, int nbIterMax = 100);
+
+    /// `refinement` for points of which a part lies far off the curve: weights are multiplied by
+    /// Huber's, then by Tukey's function of distance / scale, with the scale 1.4826 · median of the
+    /// distances (Holland and Welsch 1977), and the fit repeated until the scale settles: first by
+    /// linear fits and matching anew, then as `refinement` does.
+    /// @param[in,out] matchedPoints  as for `refinement`; on return the weights are the products,
+    ///        0 for points that were rejected.
+    /// @return the root mean square distance with these weights.
+    /// @throws MathError as `refinement` does.
+    double robustRefinement(std::vector<MatchedPointInfo>& matchedPoints, int nbIterMax = 100);
+
     /// Fills the two symmetric n × k band matrices of the fit: row i, column c of the metric matrix
     /// is ∫ N_i N_{i+c} ds, and of the second ("bis") ∫ N_i'' N_{i+c}'' ds. They are exact: Gauss
     /// quadrature with k nodes a span integrates these polynomials to rounding, so that no sampling
     /// step enters. On a closed curve N_{i+c} belongs to control point (i + c) mod n. Every `init`
     /// calls it.
     void computeMetricMatrixAndBis();
+
+    /// @}
 
 protected:
     /// Everything that follows from order, break points and multiplicities, in this order: the
@@ -215,6 +283,7 @@ private:
     void requireSpanMatrices() const;
     void requireCurve() const;
     void requireSampling(double step) const;
+    void requireFittable(std::vector<MatchedPointInfo> const& points) const;
     bool hasValidStructure() const;
     int firstIndexUnwrapped(int span) const;
     measuremath::SplineSpan spanOf(int span) const;
@@ -222,6 +291,7 @@ private:
     template <int derivative>
     Pix::Point<double> evaluate(double s) const;
     Pix::Point<double> unitTangent(double s) const;
+    void setControlCoordinates(Vector const& x, Vector const& y);
 };
 
 /// Uniform B-spline curve: its break points are 0, 1, 2, ..., all simple knots but for the clamped
@@ -232,7 +302,8 @@ class MEASUREMATH_API BSplineSimple : public BSpline {
 public:
     /// Sets the curve. Before a fit any points of the right number serve.
     /// @param controlPoints  x and y in the first two elements of each.
-    /// @throws MathError "Invalid control point size" when a point has fewer than two elements.
+    /// @throws MathError "Invalid control point size" when a point has fewer than two elements;
+    ///         "Invalid array size" as `BSpline::init`.
     void init(int order, std::vector<Vector> const& controlPoints, bool open);
 
 protected:
