@@ -217,20 +217,20 @@ void sizes(benchmark::internal::Benchmark* b)
     for (int const n : {3, 6, 16, 64, 256}) b->Arg(n);
 }
 
-BENCHMARK(ours<Svd>)->Apply(sizes);
-BENCHMARK(raw<Svd>)->Apply(sizes);
-BENCHMARK(ours<Qr>)->Apply(sizes);
-BENCHMARK(raw<Qr>)->Apply(sizes);
-BENCHMARK(ours<LuSolve>)->Apply(sizes);
-BENCHMARK(raw<LuSolve>)->Apply(sizes);
-BENCHMARK(ours<LuInverse>)->Apply(sizes);
-BENCHMARK(raw<LuInverse>)->Apply(sizes);
-BENCHMARK(ours<Eigen>)->Apply(sizes);
-BENCHMARK(raw<Eigen>)->Apply(sizes);
-BENCHMARK(ours<Cholesky>)->Apply(sizes);
-BENCHMARK(raw<Cholesky>)->Apply(sizes);
-BENCHMARK(ours<CholeskyInverse>)->Apply(sizes);
-BENCHMARK(raw<CholeskyInverse>)->Apply(sizes);
+BENCHMARK(ours<Svd>)->Name("Svd/ours")->Apply(sizes);
+BENCHMARK(raw<Svd>)->Name("Svd/LAPACK")->Apply(sizes);
+BENCHMARK(ours<Qr>)->Name("Qr/ours")->Apply(sizes);
+BENCHMARK(raw<Qr>)->Name("Qr/LAPACK")->Apply(sizes);
+BENCHMARK(ours<LuSolve>)->Name("LuSolve/ours")->Apply(sizes);
+BENCHMARK(raw<LuSolve>)->Name("LuSolve/LAPACK")->Apply(sizes);
+BENCHMARK(ours<LuInverse>)->Name("LuInverse/ours")->Apply(sizes);
+BENCHMARK(raw<LuInverse>)->Name("LuInverse/LAPACK")->Apply(sizes);
+BENCHMARK(ours<Eigen>)->Name("Eigen/ours")->Apply(sizes);
+BENCHMARK(raw<Eigen>)->Name("Eigen/LAPACK")->Apply(sizes);
+BENCHMARK(ours<Cholesky>)->Name("Cholesky/ours")->Apply(sizes);
+BENCHMARK(raw<Cholesky>)->Name("Cholesky/LAPACK")->Apply(sizes);
+BENCHMARK(ours<CholeskyInverse>)->Name("CholeskyInverse/ours")->Apply(sizes);
+BENCHMARK(raw<CholeskyInverse>)->Name("CholeskyInverse/LAPACK")->Apply(sizes);
 
 // Rows of A, columns of A.
 void systems(benchmark::internal::Benchmark* b)
@@ -258,7 +258,7 @@ void oursSolver(benchmark::State& state)
     }
     if (std::abs(solver.getVecSol()[0] - 1.0) > 1e-8) state.SkipWithError("wrong result");
 }
-BENCHMARK(oursSolver)->Apply(systems);
+BENCHMARK(oursSolver)->Name("SvdSolver/ours")->Apply(systems);
 
 // The same results by U for all rows and the pseudo-inverse.
 void rawSolver(benchmark::State& state)
@@ -285,6 +285,6 @@ void rawSolver(benchmark::State& state)
         benchmark::DoNotOptimize(cov.begin());
     }
 }
-BENCHMARK(rawSolver)->Apply(systems);
+BENCHMARK(rawSolver)->Name("SvdSolver/steps by hand")->Apply(systems);
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include "math/LMedS.h"
 #include "math/LineEstimator.h"
-#include "math/MathError.h"
 #include "math/PlanEstimator.h"
 #include "math/Random.h"
 #include "math/Ransac.h"
@@ -46,7 +45,6 @@ void requireAbout(double value, double expected, double tolerance, benchmark::St
 
 template <class Controller, class Model> void fitRobustly(benchmark::State& state, int dimension)
 {
-    g_MathLogger.setLogLevel(log4cplus::OFF_LOG_LEVEL);
     Model model;
     model.setDataColl(measuredPoints(static_cast<int>(state.range(0)), dimension));
     Controller controller;
