@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Make street_scan.csv from the raw packets of a rotating laser scanner.
 
-    make_street_scan.py test_velodyne_VLP16.rawlog > street_scan.csv
+    make_street_scan.py <test_velodyne_VLP16.rawlog> <street_scan.csv>
 
 The input is the file of that name in Debian's package mrpt-common
 (datasets directory; gzip). It holds one recording: 75 data packets of
@@ -9,7 +9,6 @@ The input is the file of that name in Debian's package mrpt-common
 published manual: y along azimuth 0, x along azimuth 90 degrees, z up.
 """
 
-import argparse
 import gzip
 import math
 import struct
@@ -32,7 +31,7 @@ ELEVATION = (-15, 1, -13, 3, -11, 5, -9, 7, -7, 9, -5, 11, -3, 13, -1, 15)
 LASER_PERIOD = 2.304
 ROUND_PERIOD = 55.296
 
-MAX_RANGE = 25.0               # metre, horizontal and vertical together
+MAX_RANGE = 25.0               # metre, along the beam
 MAX_HEIGHT = -1.0              # metre above the sensor: the road and what stands low on it
 
 
@@ -85,7 +84,7 @@ def read_points(path):
     for packet in packets(raw):
         number += 1
         found.extend(points(packet))
-    print(f"{number} packets, {len(found)} points", file=sys.stderr)
+    print(f"{number} packets, {len(found)} points")
     return found
 
 
@@ -100,12 +99,11 @@ def write_csv(found, out):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("rawlog", help="test_velodyne_VLP16.rawlog of Debian's mrpt-common")
-    found = [p for p in read_points(parser.parse_args().rawlog)
-             if p[0] <= MAX_RANGE and p[3] < MAX_HEIGHT]
-    print(f"{len(found)} points kept", file=sys.stderr)
-    write_csv(found, sys.stdout)
+    source, target = sys.argv[1:3]
+    found = [p for p in read_points(source) if p[0] <= MAX_RANGE and p[3] < MAX_HEIGHT]
+    with open(target, "w", encoding="utf-8") as out:
+        write_csv(found, out)
+    print(f"{len(found)} points kept")
 
 
 if __name__ == "__main__":
