@@ -1,0 +1,3 @@
+#include "math/CircleEstimator.h"
+
+CircleEstimator::CircleEstimator() : RoundEstimator(2) {}

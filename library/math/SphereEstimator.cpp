@@ -1,0 +1,3 @@
+#include "math/SphereEstimator.h"
+
+SphereEstimator::SphereEstimator() : RoundEstimator(3) {}

@@ -1,0 +1,137 @@
+#include "math/Buckets.h"
+#include "math/Random.h"
+
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <set>
+
+namespace {
+
+using Points = std::vector<Vector>;
+
+// The cell of each point by the definition, for points without a dimension of zero extent.
+std::vector<int> cellsOf(Points const& points, int perSide)
+{
+    std::vector<int> cells(points.size(), 0);
+    for (int k = 0; k < points[0].getSize(); ++k) {
+        double low = points[0][k];
+        double high = low;
+        for (Vector const& p : points) {
+            low = std::min(low, p[k]);
+            high = std::max(high, p[k]);
+        }
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            double const x = points[i][k];
+            int const cell = x == high ? perSide - 1 : static_cast<int>((x - low) / ((high - low) / perSide));
+            cells[i] = cells[i] * perSide + cell;
+        }
+    }
+    return cells;
+}
+
+std::size_t indexOf(Points const& points, Vector const& datum)
+{
+    std::size_t i = 0;
+    while (points[i].begin() != datum.begin()) ++i;  // a sample shares storage with its datum
+    return i;
+}
+
+TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
+{
+    for (int const dims : {1, 2, 3}) {
+        RandomData random(static_cast<unsigned int>(dims));
+        Points points;
+        for (int i = 0; i < 400; ++i) points.push_back(random.vector(dims) * random.vector(dims));
+        Points const& data = points;
+        std::vector<int> const cells = cellsOf(data, 8);
+        std::map<int, double> share;
+        for (int const cell : cells) share[cell] += 1.0 / 400.0;
+
+        Buckets buckets;
+        buckets.init(static_cast<unsigned int>(dims));
+        buckets.setDataColl(data);
+        ASSERT_EQ(buckets.getNbValidBuckets(), share.size());
+
+        Points sample;
+        std::map<int, double> drawn;
+        constexpr int draws = 20000;
+        initRandGene(3);
+        for (int i = 0; i < draws; ++i) {
+            buckets.getDataRandomSample(sample, 1);
+            drawn[cells[indexOf(data, sample[0])]] += 1.0 / draws;
+        }
+        for (auto const& [cell, p] : share)  // five standard errors and the generator's step
+            EXPECT_NEAR(drawn[cell], p, 5.0 * std::sqrt(p / draws) + 1e-4);
+
+        for (unsigned int const count : {5U, buckets.getNbValidBuckets()}) {
+            buckets.getDataRandomSample(sample, count);
+            std::set<int> different;
+            for (Vector const& datum : sample) different.insert(cells[indexOf(data, datum)]);
+            EXPECT_EQ(different.size(), count);
+        }
+    }
+}
+
+TEST(Buckets, FacesAndFlatDimensionsGoToTheLastCell)
+{
+    Points points;
+    for (int i = 0; i <= 8; ++i) points.push_back(Vector::of({7.0, 1.0 * i}));
+    Buckets buckets;
+    buckets.init(2);
+    buckets.setDataColl(points);
+    EXPECT_EQ(buckets.getNbValidBuckets(), 8U) << "the upper face shares the last cell";
+    buckets.setNbBuckets(1, 3);
+    EXPECT_MATH_ERROR(buckets.getNbValidBuckets(), "Call init and setDataColl before use");
+    buckets.setDataColl(points);
+    EXPECT_EQ(buckets.getNbValidBuckets(), 3U);
+}
+
+// Two points among a hundred thousand: the generator's steps never reach their cells.
+TEST(Buckets, SparseBucketsEndTheSearchToo)
+{
+    Points points(100000, Vector::of({0.0}));
+    points.push_back(Vector::of({1.0}));
+    points.insert(points.begin(), Vector::of({-1.0}));
+    Buckets buckets;
+    buckets.init(1);
+    buckets.setDataColl(points);
+    Points sample;
+    initRandGene(9);
+    buckets.getDataRandomSample(sample, 3);
+    EXPECT_EQ(std::abs(sample[0][0]) + std::abs(sample[1][0]) + std::abs(sample[2][0]), 2.0);
+}
+
+TEST(Buckets, MisuseThrowsAndKeepsWhatWasThere)
+{
+    Buckets buckets;
+    Points const ends = {Vector::of({0, 0}), Vector::of({1e308, -1e308}), Vector::of({-1e308, 1e308})};
+    Points sample;
+    char const* const initFirst = "Call init before use";
+    char const* const dataFirst = "Call init and setDataColl before use";
+    EXPECT_MATH_ERROR(buckets.setNbBuckets(0, 1), initFirst);
+    EXPECT_MATH_ERROR(buckets.setDataColl(ends), initFirst);
+    buckets.init(2);
+    EXPECT_MATH_ERROR(buckets.setNbBuckets(2, 1), "Invalid dimension idx");
+    EXPECT_MATH_ERROR(buckets.setNbBuckets(1, 0), "Invalid number of buckets, should not be null");
+    EXPECT_MATH_ERROR(buckets.getDataRandomSample(sample, 1), dataFirst);
+    buckets.setDataColl(ends);  // an extent beyond the largest double
+    EXPECT_GE(buckets.getNbValidBuckets(), 1U);
+    EXPECT_MATH_ERROR(buckets.setDataColl({}), "Empty dataColl, can't proceed");
+    EXPECT_MATH_ERROR(buckets.setDataColl({Vector(3)}), "Invalid data vector size");
+    EXPECT_MATH_ERROR(buckets.setDataColl({Vector(2), Vector(2)}),
+                      "Invalid dataColl, null bucket size throught all directions");
+    EXPECT_MATH_ERROR(buckets.setDataColl({Vector(2), Vector::of({0, std::nan("")})}),
+                      "Invalid dataColl, coordinates should be finite");
+    EXPECT_MATH_ERROR(buckets.getDataRandomSample(sample, 4),
+                      "Not enought valid buckets to ensure requested number of samples");
+    buckets.getDataRandomSample(sample, 1);
+    EXPECT_EQ(sample.size(), 1U);
+}
+
+}  // namespace
