@@ -85,6 +85,14 @@ Matrix upperTriangle(Matrix A)
     return A;
 }
 
+// What a function that reads only the upper triangle must not notice.
+Matrix withNanBelowDiagonal(Matrix A)
+{
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    for (int i = 0; i < A.getRow(); ++i) std::fill_n(A[i], std::min(i, A.getCol()), nan);
+    return A;
+}
+
 Matrix symmetric(Matrix const& A)
 {
     return 0.5 * (A + A.transpose());
@@ -201,6 +209,8 @@ TEST(LinearAlgebra, HomogeneousRankHasAnAbsoluteToleranceToo)
     EXPECT_DOUBLE_EQ(cond, 1e14);
     ASSERT_TRUE(svdSolve(diagonal(Vector::of({1e-20, 1e-21})), x, rank, cond, -1.0));
     EXPECT_EQ(rank, 0U);
+    ASSERT_TRUE(svdSolve(diagonal(Vector::of({0.5, 0.25})), x, rank, cond, 0.25));
+    EXPECT_EQ(rank, 1U);  // a value at the threshold does not count
     ASSERT_TRUE(svdSolve(Matrix::of({{3, 0}, {4, 0}}), x, rank, cond, -1.0));
     EXPECT_EQ(rank, 1U);
     EXPECT_EQ(cond, -1.0);
@@ -259,7 +269,9 @@ TEST(LinearAlgebra, TruncatesSingularValues)
     Vector const values = Vector::of({4.0, 2.0, 4.0 * epsilon});
     Vector const two = Vector::of({4, 2, 0});
     Vector const none = Vector::of({0, 0, 0});
+    Vector const above = Vector::of({4.0, 2.0, 6.0 * epsilon});
     expectTruncation(values, -1.0, two, -1.0);
+    expectTruncation(above, -1.0, above, 4.0 / (6.0 * epsilon));
     expectTruncation(values, 0.5 * epsilon, values, 1.0 / epsilon);
     expectTruncation(values, 0.5, Vector::of({4, 0, 0}), -1.0);
     expectTruncation(values, 1.0, none, -1.0);
@@ -327,7 +339,7 @@ TEST(LinearAlgebra, EigenvectorsDiagonaliseASymmetricMatrix)
         Matrix const A = symmetric(square);
         Vector values(A.getRow());
         Matrix vectors(A.getRow(), A.getRow());
-        ASSERT_TRUE(eigenValuesVectors(upperTriangle(A), values, vectors));  // all that is read
+        ASSERT_TRUE(eigenValuesVectors(withNanBelowDiagonal(A), values, vectors));
         EXPECT_TRUE(std::is_sorted(values.cbegin(), values.cend()));
         EXPECT_LT(orthonormalityError(vectors), eigenTolerance);
         EXPECT_LT(difference(vectors * diagonal(values) * vectors.transpose(), A), eigenTolerance);
@@ -341,7 +353,7 @@ TEST(LinearAlgebra, CholeskyFactorsSolveAndInvert)
         int const n = square.getRow();
         Matrix const B = square * (1.0 / square.frobeniusNorm());
         Matrix const A = (B.transpose() * B + 1e-3 * identity(n)) * square.frobeniusNorm();
-        Matrix const half = upperTriangle(A);  // all that is read
+        Matrix const half = withNanBelowDiagonal(A);
         Matrix U(n, n), inverse(n, n);
         Vector const b = RandomData(16).vector(n);
         Vector x(n);
@@ -475,6 +487,7 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
 {
     // Of each call only the last outputs are of a wrong shape, so that it meets the next check.
     Matrix const A(3, 2), wide(2, 3), square(3, 3), two(2, 2);
+    Matrix const notFinite = withNanBelowDiagonal(A);
     Matrix a(3, 2), s(3, 3), t(2, 2), w(2, 3), bad(9, 9);
     Vector const c(3), d(2), badRhs(9);
     Vector v(9), v3(3);
@@ -502,7 +515,7 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
     EXPECT_MATH_ERROR(singularValuesThreshold(v, r, k, -1), badCount);
     EXPECT_MATH_ERROR(svdInverse(A, bad, r, k, 0.0), "Invalid matrix invA size");
     EXPECT_MATH_ERROR(svdInverse(A, bad, r, k, 10U), "Invalid matrix invA size");
-    EXPECT_MATH_ERROR(svdInverse(A, w, r, k, 3L), badCount);
+    EXPECT_MATH_ERROR(svdInverse(notFinite, w, r, k, 3L), badCount);
     EXPECT_MATH_ERROR(svdInverse(square, badRhs, wide, bad), "Invalid matrix U size");
     EXPECT_MATH_ERROR(svdInverse(A, badRhs, wide, bad), "Invalid vector S size");
     EXPECT_MATH_ERROR(svdInverse(A, d, wide, bad), "Invalid matrix V size");

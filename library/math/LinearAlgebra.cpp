@@ -98,6 +98,33 @@ bool diagonalise(Matrix const& A, Vector& eigenValues, Matrix& eigenVectors)
     return info == 0;
 }
 
+// The triangular and the orthogonal factor of A as LAPACK packs them into one array, the latter as
+// elementary reflectors; `apply` first packs them, then makes the orthogonal factor explicit.
+class Reflectors {
+public:
+    explicit Reflectors(Matrix const& A)
+        : _array(A.transpose()),
+          _scales(std::min(A.getRow(), A.getCol()), Vector::NO_INIT)
+    {
+        require(lapack::isFinite(A), lapack::badParameter);
+    }
+
+    template <class Routine>
+    void apply(Routine routine)
+    {
+        double* const a = _array.data();
+        double* const tau = _scales.data();
+        lapack::requireSuccess(lapack::withWorkspace(
+            [=](double* work, int lwork) { return routine(a, tau, work, lwork); }));
+    }
+
+    double const* data() const { return _array.begin(); }
+
+private:
+    Matrix _array;
+    Vector _scales;
+};
+
 }  // namespace
 
 void qrSolve(Matrix const& A, Vector const& b, Vector& x)
@@ -129,20 +156,17 @@ void qr(Matrix const& A, Matrix& Q, Matrix& R)
     requireShape(R, k, n, "Invalid matrix R size");
     lapack::requireDistinct(Q, R);
     if (A.empty()) return;
-    require(lapack::isFinite(A), lapack::badParameter);
 
-    Matrix At = A.transpose();
-    Vector tau(k, Vector::NO_INIT);
-    double* const a = At.data();
-    double* const t = tau.data();
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::geqrf(m, n, a, m, t, work, lwork); }));
-    measuremath::transpose(a, n, k, m, R.data());
+    Reflectors reflectors(A);
+    reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
+        return lapack::geqrf(m, n, a, m, tau, work, lwork);
+    });
+    measuremath::transpose(reflectors.data(), n, k, m, R.data());
     zeroBelowDiagonal(R);
-
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::orgqr(m, k, k, a, m, t, work, lwork); }));
-    measuremath::transpose(a, k, m, m, Q.data());
+    reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
+        return lapack::orgqr(m, k, k, a, m, tau, work, lwork);
+    });
+    measuremath::transpose(reflectors.data(), k, m, m, Q.data());
 }
 
 void lq(Matrix const& A, Matrix& L, Matrix& Q)
@@ -154,20 +178,17 @@ void lq(Matrix const& A, Matrix& L, Matrix& Q)
     requireShape(Q, k, n, "Invalid matrix Q size");
     lapack::requireDistinct(L, Q);
     if (A.empty()) return;
-    require(lapack::isFinite(A), lapack::badParameter);
 
-    Matrix At = A.transpose();
-    Vector tau(k, Vector::NO_INIT);
-    double* const a = At.data();
-    double* const t = tau.data();
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::gelqf(m, n, a, m, t, work, lwork); }));
-    measuremath::transpose(a, k, m, m, L.data());
+    Reflectors reflectors(A);
+    reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
+        return lapack::gelqf(m, n, a, m, tau, work, lwork);
+    });
+    measuremath::transpose(reflectors.data(), k, m, m, L.data());
     zeroAboveDiagonal(L);
-
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::orglq(k, n, k, a, m, t, work, lwork); }));
-    measuremath::transpose(a, n, k, m, Q.data());
+    reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
+        return lapack::orglq(k, n, k, a, m, tau, work, lwork);
+    });
+    measuremath::transpose(reflectors.data(), n, k, m, Q.data());
 }
 
 bool luSolve(Matrix const& A, Vector const& b, Vector& x)

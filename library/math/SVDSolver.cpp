@@ -3,10 +3,6 @@
 #include "math/LinearAlgebra.h"
 #include "math/MathError.h"
 #include "math/internal/Lapack.h"
-#include "math/internal/Transpose.h"
-
-#include <algorithm>
-#include <cstddef>
 
 namespace lapack = measuremath::lapack;
 using measuremath::require;
@@ -26,41 +22,36 @@ struct System {
     Vector b;
 };
 
-// The columns of [A b], one after the other.
-Matrix columnsOf(System const& system)
+// Replaces A, given as its transpose, by its QR factors as LAPACK packs them, and b by Qᵀ · b.
+void replaceByFactors(Matrix& At, Vector& b)
 {
-    int const m = system.A.getRow();
-    int const n = system.A.getCol();
-    Matrix columns(system.b.empty() ? n : n + 1, m, Matrix::NO_INIT);
-    double* const out = columns.data();
-    measuremath::transpose(system.A.begin(), m, n, n, out);
-    std::copy(system.b.begin(), system.b.end(), out + system.A.size());
-    return columns;
-}
-
-void replaceByTriangularFactor(Matrix& columns)
-{
-    int const m = columns.getCol();
-    int const p = columns.getRow();
-    Vector tau(p, Vector::NO_INIT);
-    double* const a = columns.data();
+    int const m = At.getCol();
+    int const n = At.getRow();
+    Vector tau(n, Vector::NO_INIT);
+    double* const a = At.data();
     double* const t = tau.data();
     lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::geqrf(m, p, a, m, t, work, lwork); }));
+        [&](double* work, int lwork) { return lapack::geqrf(m, n, a, m, t, work, lwork); }));
+    if (b.empty()) return;
+    double* const c = b.data();
+    lapack::requireSuccess(lapack::withWorkspace([&](double* work, int lwork) {
+        return lapack::ormqr('L', 'T', m, 1, n, a, m, t, c, m, work, lwork);
+    }));
 }
 
 // The n equations R · x = c with A = Q · R and c = Qᵀ · b: the same solution, singular values and V.
-System reduced(System const& system)
+System reduced(Matrix const& A, Vector b)
 {
-    int const n = system.A.getCol();
-    Matrix factored = columnsOf(system);
-    replaceByTriangularFactor(factored);
+    int const n = A.getCol();
+    Matrix At = A.transpose();
+    replaceByFactors(At, b);
 
-    Matrix const& columns = factored;
     Matrix R(n, n);
-    for (int j = 0; j < n; ++j)
-        for (int i = 0; i <= j; ++i) R[i][j] = columns[j][i];
-    return {R, system.b.empty() ? Vector() : Vector(columns[n], n)};
+    double* const r = R.data();
+    double const* column = At.cbegin();
+    for (int j = 0; j < n; ++j, column += A.getRow())
+        for (int i = 0; i <= j; ++i) r[i * n + j] = column[i];
+    return {R, Vector(b.cbegin(), b.empty() ? 0 : n)};
 }
 
 // The solution of R · x = c. Where columns differ much in size, rounding here does not mix them, as
@@ -107,13 +98,13 @@ SVDSolver::~SVDSolver()
 
 void SVDSolver::solveSystem(Matrix const& A)
 {
-    svdDecomp(isTall(A) ? reduced({A, Vector()}).A : A);
+    svdDecomp(isTall(A) ? reduced(A, Vector()).A : A);
     if (!_matV->empty()) *_vecSol = _matV->getColVector(A.getCol() - 1);
 }
 
 void SVDSolver::solveSystem(Matrix const& A, Vector const& b)
 {
-    System const system = isTall(A) ? reduced({A, b}) : System{A, b};
+    System const system = isTall(A) ? reduced(A, b) : System{A, b};
     svdDecomp(system.A);
     *_vecSol = isTall(A) && _matRank == A.getNbCol()
                    ? backSubstituted(system)

@@ -11,8 +11,8 @@
 /// Singular values not above 2^-52 · S[0] count as 0: they lower the rank, and drop out of the
 /// solution and of its covariance; the condition number is -1 then.
 ///
-/// A tall system (m > 2·n, and 128 elements or more) is first reduced, by QR factors of [A b], to
-/// R · x = c of n equations with the same solution, singular values and V: about 2·m·n² operations.
+/// A tall system (m > 2·n, and 128 elements or more) is first reduced, by A = Q · R, to
+/// R · x = Qᵀ · b of n equations with the same solution, singular values and V: about 2·m·n² operations.
 /// Of full rank, it is solved by back substitution, which is accurate also where columns differ
 /// much in size (G. Golub, C. Van Loan, Matrix Computations, 4th edition, sections 5.3.3, 5.4.1).
 class MEASUREMATH_API SVDSolver : public LinearSolver {
