@@ -584,6 +584,12 @@ TEST(LinearAlgebra, OutputsMayShareStorageWithInputsAndEachOther)
     qr(general, expectedQ, expectedR);
     qr(R, Q, R);
     EXPECT_TRUE(Q.equals(expectedQ, 0.0) && R.equals(expectedR, 0.0));
+    svdInverse(expectedQ, b, expectedR, Q);
+    svdCovariance(b, expectedR, R);
+    Matrix inverse = expectedR, cov = expectedR;
+    svdInverse(expectedQ, b, inverse, inverse);
+    svdCovariance(b, cov, cov);
+    EXPECT_TRUE(inverse.equals(Q, 0.0) && cov.equals(R, 0.0));
 }
 
 }  // namespace

@@ -7,17 +7,7 @@
 
 using measuremath::require;
 
-LinearSolver::LinearSolver()
-    : _vecSol(new Vector),
-      _cov(new Matrix),
-      _matCond(-1.0),
-      _matRank(UINT_MAX),
-      _solveDone(false),
-      _residuals(new Vector),
-      _rms(0.0),
-      _seuw(-1.0)
-{
-}
+LinearSolver::LinearSolver() : _vecSol(new Vector), _cov(new Matrix), _residuals(new Vector) {}
 
 LinearSolver::~LinearSolver()
 {

@@ -4,6 +4,8 @@
 #include "math/Matrix.h"
 #include "math/Vector.h"
 
+#include <climits>
+
 /// Solver of an overdetermined linear system A · x = b, or A · x = 0 with |x| = 1, that also tells
 /// how good the solution is. A has m equations in n variables, m >= n.
 ///
@@ -58,14 +60,14 @@ protected:
     /// Whether a `solve` has succeeded.
     bool getBoolSolveDone() const { return _solveDone; }
 
-    Vector* _vecSol;        ///< The solution; owned, as are the other two objects.
-    Matrix* _cov;           ///< Its covariance.
-    double _matCond;        ///< Condition number of A.
-    unsigned int _matRank;  ///< Numerical rank of A.
-    bool _solveDone;        ///< Set by the first `solve` that succeeds.
-    Vector* _residuals;     ///< The residuals.
-    double _rms;            ///< Their root mean square.
-    double _seuw;           ///< Standard error of unit weight.
+    Vector* _vecSol;                   ///< The solution; owned, as are the other two objects.
+    Matrix* _cov;                      ///< Its covariance.
+    double _matCond = -1.0;            ///< Condition number of A.
+    unsigned int _matRank = UINT_MAX;  ///< Numerical rank of A.
+    bool _solveDone = false;           ///< Set by the first `solve` that succeeds.
+    Vector* _residuals;                ///< The residuals.
+    double _rms = 0.0;                 ///< Their root mean square.
+    double _seuw = -1.0;               ///< Standard error of unit weight.
 
 private:
     void init(Matrix const& A);
