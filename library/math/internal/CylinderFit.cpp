@@ -13,6 +13,7 @@ namespace measuremath {
 namespace {
 
 constexpr std::size_t nbConstraints = 2;
+constexpr std::size_t mostSearched = 100;  // points that the search for the direction looks at
 
 struct Cylinder {
     Vec3 p, d;
@@ -42,11 +43,10 @@ Vec3 pointOf(NormalisedPoints const& points, std::size_t i)
     return {{points.coordinate(0)[i], points.coordinate(1)[i], points.coordinate(2)[i]}};
 }
 
-// What the search for the direction looks at: all points, or a hundred of them evenly spaced.
+// All points, or as many as are searched, evenly spaced.
 std::vector<Vec3> searched(NormalisedPoints const& points)
 {
-    constexpr std::size_t most = 100;
-    std::size_t const step = (points.size() + most - 1) / most;
+    std::size_t const step = (points.size() + mostSearched - 1) / mostSearched;
     std::vector<Vec3> result;
     for (std::size_t i = 0; i < points.size(); i += step) result.push_back(pointOf(points, i));
     return result;
@@ -63,51 +63,61 @@ struct Candidate {
 // Any two unit vectors that complete the unit vector d to a frame.
 std::pair<Vec3, Vec3> crossAxes(Vec3 const& d)
 {
-    Vec3 axis = {};
-    axis[(largestComponent(d) + 1) % 3] = 1.0;
-    Vec3 const c = cross(d, axis);
-    Vec3 const u = c / norm(c);
+    int const i = largestComponent(d);
+    int const j = (i + 1) % 3;
+    double const length = std::sqrt(d[i] * d[i] + d[j] * d[j]);
+    Vec3 u = {};
+    u[i] = -d[j] / length;
+    u[j] = d[i] / length;
     return {u, cross(d, u)};
 }
 
 // Least algebraic distances |q - c|² - r² of the projected points q, about their mean.
 Candidate alongDirection(std::vector<Vec3> const& points, Vec3 const& d)
 {
-    double const n = static_cast<double>(points.size());
+    std::size_t const n = points.size();
     auto const [u, v] = crossAxes(d);
+    std::array<double, mostSearched> a, b;
     double mu = 0.0, mv = 0.0;
-    for (Vec3 const& x : points) {
-        mu += dot(x, u) / n;
-        mv += dot(x, v) / n;
+    for (std::size_t i = 0; i < n; ++i) {
+        mu += a[i] = dot(points[i], u);
+        mv += b[i] = dot(points[i], v);
     }
+    mu /= static_cast<double>(n);
+    mv /= static_cast<double>(n);
     double uu = 0.0, uv = 0.0, vv = 0.0, gu = 0.0, gv = 0.0;
-    for (Vec3 const& x : points) {
-        double const a = dot(x, u) - mu, b = dot(x, v) - mv, g = a * a + b * b;
-        uu += a * a;
-        uv += a * b;
-        vv += b * b;
-        gu += 0.5 * a * g;
-        gv += 0.5 * b * g;
+    for (std::size_t i = 0; i < n; ++i) {
+        a[i] -= mu;
+        b[i] -= mv;
+        double const g = 0.5 * (a[i] * a[i] + b[i] * b[i]);
+        uu += a[i] * a[i];
+        uv += a[i] * b[i];
+        vv += b[i] * b[i];
+        gu += a[i] * g;
+        gv += b[i] * g;
     }
     Candidate result = {d};
     double const det = uu * vv - uv * uv;
     if (!(det > 1e-14 * (uu + vv) * (uu + vv))) return result;  // seen as a line
 
     double const cu = (gu * vv - gv * uv) / det, cv = (gv * uu - gu * uv) / det;
-    double const squaredRadius = cu * cu + cv * cv + (uu + vv) / n;
+    double const squaredRadius = cu * cu + cv * cv + (uu + vv) / static_cast<double>(n);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        double const du = a[i] - cu, dv = b[i] - cv;
+        double const algebraic = du * du + dv * dv - squaredRadius;
+        sum += algebraic * algebraic;
+    }
     result.p = (mu + cu) * u + (mv + cv) * v;
     result.r = std::sqrt(squaredRadius);
-    result.error = 0.0;
-    for (Vec3 const& x : points) {
-        double const a = dot(x, u) - mu - cu, b = dot(x, v) - mv - cv;
-        double const algebraic = a * a + b * b - squaredRadius;
-        result.error += algebraic * algebraic / (4.0 * squaredRadius);
-    }
+    result.error = sum / (4.0 * squaredRadius);
     return result;
 }
 
 constexpr int nbDirections = 200;
-constexpr double gridStep = 0.18;  // about the angle between neighbours
+constexpr double gridStep = 0.18;    // about the angle between neighbours
+constexpr double finestStep = 1e-7;  // radians; below the noise of any measured sample
+constexpr std::size_t nbDescents = 3;
 
 // Evenly over a hemisphere, along a golden-angle spiral.
 Vec3 gridDirection(int i)
@@ -131,7 +141,7 @@ std::vector<Candidate> gridMinima(std::vector<Vec3> const& points)
             return std::abs(dot(b.d, c.d)) > std::cos(2.0 * gridStep);
         });
         if (isNew) best.push_back(c);
-        if (best.size() == 5) break;
+        if (best.size() == nbDescents) break;
     }
     return best;
 }
@@ -139,7 +149,7 @@ std::vector<Candidate> gridMinima(std::vector<Vec3> const& points)
 // Walks to the nearest minimum by steps to four sides that halve where none improves.
 Candidate descended(std::vector<Vec3> const& points, Candidate best)
 {
-    for (double step = gridStep / 2.0; step > 1e-9;) {
+    for (double step = gridStep / 2.0; step > finestStep;) {
         auto const [u, v] = crossAxes(best.d);
         Candidate next = best;
         for (Vec3 const& side : {u, v, -1.0 * u, -1.0 * v}) {
