@@ -22,16 +22,27 @@ template <int K, int N> void multiplyFixed(double const* a, double const* b, dou
     }
 }
 
-void multiplyPlain(double const* a, double const* b, double* c, int m, int k, int n)
+// W columns of the product, summed in registers. The columns start at b and c.
+template <int W>
+void multiplyColumns(double const* a, double const* b, double* c, int m, int k, int n)
 {
     for (int i = 0; i < m; ++i, a += k, c += n) {
-        std::fill(c, c + n, 0.0);
+        double sum[W] = {};
         double const* row = b;
-        for (int l = 0; l < k; ++l, row += n) {
-            double const factor = a[l];
-            for (int j = 0; j < n; ++j) c[j] += factor * row[j];
-        }
+        for (int l = 0; l < k; ++l, row += n)
+            for (int j = 0; j < W; ++j) sum[j] += a[l] * row[j];
+        std::copy(sum, sum + W, c);
     }
+}
+
+void multiplyPlain(double const* a, double const* b, double* c, int m, int k, int n)
+{
+    int j = 0;
+    // Six is the order of rigid motions and of states of position and speed.
+    for (; j + 6 <= n; j += 6) multiplyColumns<6>(a, b + j, c + j, m, k, n);
+    for (; j + 4 <= n; j += 4) multiplyColumns<4>(a, b + j, c + j, m, k, n);
+    for (; j + 2 <= n; j += 2) multiplyColumns<2>(a, b + j, c + j, m, k, n);
+    if (j < n) multiplyColumns<1>(a, b + j, c + j, m, k, n);
 }
 
 }  // namespace
