@@ -1,11 +1,15 @@
 // Robust fits to large collections, beside a loop written by hand over packed data that does the
 // same number of trials: sample, residual array, count, and a closed-form refit.
 
+#include "math/Buckets.h"
+#include "math/CircleEstimator.h"
+#include "math/EllipseEstimator.h"
 #include "math/LMedS.h"
 #include "math/LineEstimator.h"
 #include "math/PlanEstimator.h"
 #include "math/Random.h"
 #include "math/Ransac.h"
+#include "math/SphereEstimator.h"
 
 #include <benchmark/benchmark.h>
 
@@ -193,6 +197,75 @@ void tightLine(benchmark::State& state)
     }
     requireAbout(static_cast<double>(bestCount), 0.7 * static_cast<double>(n), 0.1 * static_cast<double>(n), state);
 }
+
+// Three quarters of an ellipse, circle or sphere around (5, 5, 5), with noise; with `outliers` some
+// points of the box around it.
+std::vector<Vector> roundPoints(int n, int dimension, double minor, double outliers)
+{
+    std::mt19937 generator(2);
+    std::uniform_real_distribution<double> uniform(0.0, 1.0);
+    std::normal_distribution<double> noise(0.0, sigma);
+    std::vector<Vector> points;
+    for (int i = 0; i < n; ++i) {
+        double const t = 4.7 * uniform(generator), off = noise(generator);
+        double const z = dimension == 3 ? uniform(generator) : 0.0, rho = std::sqrt(1.0 - z * z);
+        Vector p = Vector::of({5.0 + (4.0 + off) * rho * std::cos(t),
+                               5.0 + (minor + off) * rho * std::sin(t), 5.0 + (4.0 + off) * z});
+        if (i < outliers * n) p = 10.0 * Vector::of({uniform(generator), uniform(generator), uniform(generator)});
+        points.push_back(p(0, dimension));
+    }
+    return points;
+}
+
+template <class Model>
+void fitDirectly(benchmark::State& state, int dimension, double minor)
+{
+    g_MathLogger.setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    Model model;
+    model.setDataColl(roundPoints(static_cast<int>(state.range(0)), dimension, minor, 0.0));
+    for (auto _ : state) benchmark::DoNotOptimize(model.estim());
+    Vector residuals(model.getNbData());
+    model.getResiduals(model.getEstimParams(), residuals);
+    double const expected = std::is_same_v<Model, EllipseEstimator> ? 2.0 * 4.0 * sigma : sigma;
+    requireAbout(residuals.length() / std::sqrt(residuals.size()), expected, 0.5 * expected, state);
+}
+
+template <class Model> void fitRoundRobustly(benchmark::State& state, int dimension)
+{
+    g_MathLogger.setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    Model model;
+    model.setDataColl(roundPoints(static_cast<int>(state.range(0)), dimension, 4.0, 0.4));
+    Ransac ransac;
+    ransac.setEstimator(&model);
+    ransac.setOutliersRatio(0.5);
+    ransac.setOutliersThreshold(threshold);
+    for (auto _ : state) {
+        initRandGene(7);
+        benchmark::DoNotOptimize(ransac.robustEstimation());
+    }
+    requireAbout(model.getRadius(), 4.0, 0.01, state);
+}
+
+void bucketedDraw(benchmark::State& state)
+{
+    Buckets buckets;
+    buckets.init(2);
+    buckets.setDataColl(roundPoints(static_cast<int>(state.range(0)), 2, 2.5, 0.4));
+    std::vector<Vector> sample;
+    for (auto _ : state) buckets.getDataRandomSample(sample, 5);
+    requireAbout(static_cast<double>(sample.size()), 5.0, 0.0, state);
+}
+
+void ellipseFit(benchmark::State& state) { fitDirectly<EllipseEstimator>(state, 2, 2.5); }
+void sphereFit(benchmark::State& state) { fitDirectly<SphereEstimator>(state, 3, 4.0); }
+void ransacCircle(benchmark::State& state) { fitRoundRobustly<CircleEstimator>(state, 2); }
+void ransacSphere(benchmark::State& state) { fitRoundRobustly<SphereEstimator>(state, 3); }
+
+BENCHMARK(ellipseFit)->Name("EllipseFit/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(sphereFit)->Name("SphereFit/ours")->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(bucketedDraw)->Name("BucketedDraw/ours")->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ransacCircle)->Name("RansacCircle/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ransacSphere)->Name("RansacSphere/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
 void ransacPlane(benchmark::State& state) { fitRobustly<Ransac, PlanEstimator>(state, 3); }
 void lmedsPlane(benchmark::State& state) { fitRobustly<LMedS, PlanEstimator>(state, 3); }
