@@ -108,33 +108,23 @@ TEST(Rotation, ExactHalfAndThirdTurnsTakeTheirBranches)
     double const a = pi / std::sqrt(2.0);
     double const h = std::sqrt(0.5);
     double const t = 2 * pi / std::sqrt(27.0);
-    // At π the rotation vector's largest component is negative, y before z before x; of the
-    // quaternion z is positive on ties, R00 = 0 with R11 = R22 included.
     struct {
-        Matrix R;
-        Vector r, q;
+        double R[9], r[3], q[4];
     } const turns[] = {
-        {Matrix::of({{1, 0, 0}, {0, -1, 0}, {0, 0, -1}}), Vector::of({-pi, 0, 0}),
-         Vector::of({0, 1, 0, 0})},
-        {Matrix::of({{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}}), Vector::of({0, -pi, 0}),
-         Vector::of({0, 0, 1, 0})},
-        {Matrix::of({{-1, 0, 0}, {0, -1, 0}, {0, 0, 1}}), Vector::of({0, 0, -pi}),
-         Vector::of({0, 0, 0, 1})},
-        {Matrix::of({{0, -1, 0}, {-1, 0, 0}, {0, 0, -1}}), Vector::of({-a, a, 0}),
-         Vector::of({0, h, -h, 0})},
-        {Matrix::of({{0, 0, -1}, {0, -1, 0}, {-1, 0, 0}}), Vector::of({a, 0, -a}),
-         Vector::of({0, -h, 0, h})},
-        {Matrix::of({{-1, 0, 0}, {0, 0, -1}, {0, -1, 0}}), Vector::of({0, -a, a}),
-         Vector::of({0, 0, -h, h})},
-        {Matrix::of({{0, 1, 0}, {0, 0, 1}, {1, 0, 0}}), Vector::of({-t, -t, -t}),
-         Vector::of({-.5, .5, .5, .5})},
+        {{1, 0, 0, 0, -1, 0, 0, 0, -1}, {-pi, 0, 0}, {0, 1, 0, 0}},  // the axis is negative
+        {{-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, -pi, 0}, {0, 0, 1, 0}},
+        {{-1, 0, 0, 0, -1, 0, 0, 0, 1}, {0, 0, -pi}, {0, 0, 0, 1}},
+        {{0, -1, 0, -1, 0, 0, 0, 0, -1}, {-a, a, 0}, {0, h, -h, 0}},     // ties: x before y in r,
+        {{0, 0, -1, 0, -1, 0, -1, 0, 0}, {a, 0, -a}, {0, -h, 0, h}},     // z before x in both,
+        {{-1, 0, 0, 0, 0, -1, 0, -1, 0}, {0, -a, a}, {0, 0, -h, h}},     // y before z in r only
+        {{0, 1, 0, 0, 0, 1, 1, 0, 0}, {-t, -t, -t}, {-.5, .5, .5, .5}},  // z before q0
     };
     for (auto const& [R, r, q] : turns) {
         Vector v(3), p(4);
-        matrixToVect(R, v);
-        EXPECT_LT(ulps(v, r, pi), 4) << v << " expected " << r;
-        matrixToQuat(R, p);
-        EXPECT_LT(ulps(p, q), 4) << p << " expected " << q;
+        matrixToVect(Matrix(R, 3, 3), v);
+        EXPECT_LT(ulps(v, Vector(r, 3), pi), 4) << v << " expected " << Vector(r, 3);
+        matrixToQuat(Matrix(R, 3, 3), p);
+        EXPECT_LT(ulps(p, Vector(q, 4)), 4) << p << " expected " << Vector(q, 4);
     }
 }
 

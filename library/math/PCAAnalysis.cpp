@@ -3,25 +3,6 @@
 #include "math/LinearAlgebra.h"
 #include "math/internal/Moments.h"
 
-using measuremath::Moments;
-
-namespace {
-
-Moments momentsOf(std::vector<Vector> const& points, unsigned int dimension)
-{
-    auto const read = [&](std::size_t i, double* x, std::size_t stride) {
-        Vector const& p = points[i];
-        measuremath::require(p.size() == dimension,
-                             "Invalid Vector size, mismatched with spaceSize");
-        double const* const in = p.begin();
-        for (std::size_t k = 0; k < dimension; ++k) x[k * stride] = in[k];
-        return true;
-    };
-    return measuremath::MomentsCollector(dimension, read).collect(points.size());
-}
-
-}  // namespace
-
 void PCAAnalysis::computeAnalysis(unsigned int spaceSize, std::vector<Vector> const& dataColl)
 {
     _analysisDone = false;
@@ -30,9 +11,11 @@ void PCAAnalysis::computeAnalysis(unsigned int spaceSize, std::vector<Vector> co
     _cov = _principalVectors = Matrix(spaceSize, spaceSize);
     _analysisSuccess = true;
     if (!dataColl.empty()) {
-        Moments const moments = momentsOf(dataColl, spaceSize);
+        measuremath::Moments const moments = measuremath::momentsOf(
+            dataColl.data(), dataColl.size(), static_cast<int>(spaceSize),
+            "Invalid Vector size, mismatched with spaceSize");
         _mean = moments.mean;
-        _cov = moments.covariance();
+        _cov = moments.covariance;
         _analysisSuccess = eigenValuesVectors(_cov, _principalValues, _principalVectors);
     }
     _analysisDone = true;
