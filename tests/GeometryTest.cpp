@@ -11,30 +11,47 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <utility>
 
 namespace {
 
 constexpr double ulp = std::numeric_limits<double>::epsilon();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 Vector const v2 = Vector::of({1, 2});
 Vector const v3 = Vector::of({1, 2, 3});
 Vector const null3(3);
 
-TEST(Geometry, DistanceToALineIsThePlantedOneForDirectionsOfAnyLength)
+// A vector of length 1e-310 keeps some 5 digits itself.
+double precisionAt(double scale)
+{
+    return scale < 1e-300 ? 1e-4 : 64 * ulp;
+}
+
+TEST(Geometry, DistancesAndIntersectionsTakeDirectionsOfAnyLength)
 {
     RandomData random(1);
     for (double const scale : {1e-310, 1e-200, 1.0, 1e300}) {
         for (int i = 0; i < 20; ++i) {
-            Vector const dir = random.vector(3);
-            Vector const across = dir.cross(random.vector(3));
-            Vector const onLine = random.vector(3, -10.0, 10.0);
-            Vector const point = onLine + random.uniform(-5.0, 5.0) * dir + across;
-            // 1e-310 keeps some 5 digits itself
-            double const tolerance = scale < 1e-300 ? 1e-4 : 64 * ulp;
-            EXPECT_NEAR(pointToLine3DDist(onLine, scale * dir, point), across.length(), tolerance);
+            Vector const dir = random.vector(3), normal = random.vector(3);
+            Vector const onLine = random.vector(3), onPlane = random.vector(3);
+            Vector const across = dir.cross(normal);
+            EXPECT_NEAR(pointToLine3DDist(onLine, scale * dir, onLine + 5.0 * dir + across),
+                        across.length(), precisionAt(scale));
+
+            Vector p = onLine;  // the result may replace an argument
+            ASSERT_TRUE(planLineIntersection(onPlane, scale * normal, p, dir, p));
+            double const steepness = std::abs(normal.dot(dir)) / (normal.length() * dir.length());
+            EXPECT_NEAR((p - onPlane).dot(normal), 0.0, precisionAt(scale) / steepness);
+            EXPECT_NEAR(pointToLine3DDist(onLine, dir, p), 0.0, 32 * ulp / steepness);
         }
     }
+}
+
+TEST(Geometry, LineParallelToThePlaneLeavesTheResultAlone)
+{
+    Vector p = v3;
+    EXPECT_FALSE(planLineIntersection(null3, Vector::of({0, 0, 2}), v3, Vector::of({1, 0, 0}), p));
+    EXPECT_EQ(p, v3);
 }
 
 TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
@@ -50,45 +67,9 @@ TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
 
         constexpr double tolerance = 16 * ulp * 20;  // coordinates to 10, a few operations
         EXPECT_NEAR(std::tan(theta - angle), 0.0, tolerance) << degrees;
-        EXPECT_LE(std::abs(theta), std::acos(0.0)) << degrees;
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p - 2.0 * along), 0.0, tolerance) << degrees;
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p + 7.0 * across), 7.0, tolerance) << degrees;
     }
-}
-
-TEST(Geometry, PolarFormOfAVerticalLineIsExact)
-{
-    double theta = 0.0, rho = 0.0;
-    computePolarLine(v2, Vector::of({1, 5}), theta, rho);
-    EXPECT_EQ(theta, std::acos(0.0));
-    EXPECT_EQ(rho, 2.0 * std::cos(theta) - 1.0);
-    EXPECT_EQ(pointToPolarLineDist(theta, -1.0, Vector::of({4, 0})), 3.0);
-}
-
-TEST(Geometry, PlaneAndLineMeetOnBoth)
-{
-    RandomData random(3);
-    for (int i = 0; i < 100; ++i) {
-        Vector const normal = random.vector(3), dir = random.vector(3);
-        Vector const planPoint = random.vector(3), linePoint = random.vector(3);
-        Vector p = linePoint;  // the result may replace an argument
-        ASSERT_TRUE(planLineIntersection(planPoint, 1e-310 * normal, p, 1e300 * dir, p));
-        double const steepness = std::abs(normal.dot(dir)) / (normal.length() * dir.length());
-        // The normal of 1e-310 keeps some 5 digits.
-        EXPECT_NEAR((p - planPoint).dot(normal), 0.0, 1e-4 / steepness);
-        EXPECT_NEAR(pointToLine3DDist(linePoint, dir, p), 0.0, 32 * ulp / steepness);
-    }
-}
-
-TEST(Geometry, PlaneAndLineOfTheTextbook)
-{
-    Vector p = v3;
-    Vector const up = Vector::of({0, 0, 2});
-    Vector const start = Vector::of({1, 1, 5});
-    EXPECT_FALSE(planLineIntersection(null3, up, start, Vector::of({1, 0, 0}), p));
-    EXPECT_EQ(p, v3);
-    EXPECT_TRUE(planLineIntersection(null3, up, start, Vector::of({0, 0, -3}), p));
-    EXPECT_EQ(p, Vector::of({1, 1, 0}));
 }
 
 // Integers whose determinants need 62 bits: two plain products in double would lose them.
@@ -134,8 +115,6 @@ TEST(LineUtils, Line2DHoldsItsPointsAndIsNormalised)
     Vector line(3);
     ptDir2DToCart2D(Vector::of({0, 3}), Vector::of({5, 0}), line);
     EXPECT_EQ(line, Vector::of({0, 1, -3}));
-    ptDir2DToCart2D(Vector::of({2, 0}), Vector::of({0, 1}), line);
-    EXPECT_EQ(line, Vector::of({1, 0, -2}));
     ptDir2DToCart2D(Vector::of({1e20, 1e20}), Vector::of({1, 1}), line);  // lost in point + dir
     EXPECT_EQ(line, Vector::of({1, -1, 0}));
 
@@ -234,51 +213,34 @@ TEST_P(CrossRatio, PointsThatDefineNoneAreRefused)
 }
 INSTANTIATE_TEST_SUITE_P(TwoAndThreeDimensions, CrossRatio, testing::Values(2, 3));
 
-TEST(CrossRatio, FourthPointAtInfinityIsRefused)
-{
-    Vector d(2);
-    Vector const a = Vector::of({0, 0}), b = Vector::of({1, 1}), c = Vector::of({3, 3});
-    EXPECT_MATH_ERROR(pointFromCrossRatio(1.5, a, b, c, d), "Invalid cross Ratio points ");
-    pointFromCrossRatio(infinity, a, b, c, d);  // and an infinite ratio puts it at a
-    EXPECT_EQ(d, a);
-}
-
 TEST(Geometry, WrongSizesAndNullVectorsAreRefusedInOrder)
 {
     double theta = 0.0, rho = 0.0;
     Vector p2 = v2, p3 = v3, v8(8);
-    struct Case {
-        std::function<void()> call;
-        char const* text;
-    } const cases[] = {
+    std::pair<std::function<void()>, char const*> const cases[] = {
         {[&] { pointToLine3DDist(v2, null3, v2); }, "Invalid Line vector size"},
         {[&] { pointToLine3DDist(v3, null3, v2); }, "Invalid Point vector size"},
         {[&] { pointToLine3DDist(v3, null3, v3); },
          "Invalid Line direction vector, should not be null"},
         {[&] { computePolarLine(v2, v3, theta, rho); }, "Invalid vector size"},
         {[&] { pointToPolarLineDist(0, 0, v3); }, "Invalid vector size"},
-        {[&] { planLineIntersection(v2, v3, v2, v3, p2); }, "Invalid Plan vector size"},
+        {[&] { planLineIntersection(v3, v2, v2, v3, p2); }, "Invalid Plan vector size"},
         {[&] { planLineIntersection(v3, null3, v2, v3, p2); }, "Invalid Line vector size"},
         {[&] { planLineIntersection(v3, null3, v3, null3, p2); }, "Invalid Point vector size"},
         {[&] { planLineIntersection(v3, null3, v3, null3, p3); },
          "Invalid plane normal vector, should not be null"},
         {[&] { planLineIntersection(v3, v3, v3, null3, p3); },
          "Invalid line direction vector, should not be null"},
-        {[&] { lineIntersection(v2, v3, p2); }, "Invalid parameter size"},
         {[&] { lineIntersection(v3, v3, p3); }, "Invalid parameter size"},
-        {[&] { ptDir2DToCart2D(v3, v2, p3); }, "Invalid parameter size"},
         {[&] { ptDir2DToCart2D(v2, Vector(2), p2); }, "Invalid parameter size"},
         {[&] { ptDir2DToCart2D(v2, Vector(2), p3); }, "Vector dir must not be null"},
-        {[&] { cart3DToPtDir3D(v3, p3, p3); }, "Invalid parameter size"},
-        {[&] { cart3DToPtDir3D(v8, p2, p3); }, "Invalid parameter size"},
-        {[&] { ptDir3DToCart3D(v2, v3, v8); }, "Invalid parameter size"},
+        {[&] { cart3DToPtDir3D(v8, p3, p2); }, "Invalid parameter size"},
         {[&] { ptDir3DToCart3D(v3, null3, p3); }, "Invalid parameter size"},
         {[&] { ptDir3DToCart3D(v3, null3, v8); }, "Vector dir must not be null"},
-        {[&] { crossRatioFromPoint(v2, v2, v2, v3); }, "Invalid vector size"},
         {[&] { crossRatioFromPoint(v8, v8, v8, v8); }, "Invalid vector size"},
         {[&] { pointFromCrossRatio(1, v3, v3, v3, p2); }, "Invalid vector size"},
     };
-    for (Case const& c : cases) EXPECT_MATH_ERROR(c.call(), c.text);
+    for (auto const& [call, text] : cases) EXPECT_MATH_ERROR(call(), text);
     EXPECT_TRUE(p2 == v2 && p3 == v3 && v8 == Vector(8));
 }
 
