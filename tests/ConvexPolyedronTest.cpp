@@ -1,0 +1,354 @@
+#include "math/ConvexPolyedron.h"
+
+#include "math/LinearAlgebra.h"
+#include "math/MathError.h"
+#include "support/LogRecords.h"
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+#include "support/ReferenceValues.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+using Planes = std::vector<Vector>;
+
+ConvexPolyedron polyhedron(Planes const& planes)
+{
+    ConvexPolyedron body;
+    for (Vector const& plane : planes) body.addPlane(plane);
+    return body;
+}
+
+Planes box(double x, double y, double z)
+{
+    return {Vector::of({1, 0, 0, -x}), Vector::of({-1, 0, 0, 0}), Vector::of({0, 1, 0, -y}),
+            Vector::of({0, -1, 0, 0}), Vector::of({0, 0, 1, -z}), Vector::of({0, 0, -1, 0})};
+}
+
+Planes octahedron()  // each vertex lies on four planes
+{
+    Planes planes;
+    for (double const a : {-1.0, 1.0})
+        for (double const b : {-1.0, 1.0})
+            for (double const c : {-1.0, 1.0}) planes.push_back(Vector::of({a, b, c, -1}));
+    return planes;
+}
+
+// The described search word by word: every triple solved, every solution tested.
+Planes topsOfEveryTriple(ConvexPolyedron const& body)
+{
+    Planes tops;
+    for (unsigned int i = 0; i < body.getNbPlanes(); ++i) {
+        for (unsigned int j = i + 1; j < body.getNbPlanes(); ++j) {
+            for (unsigned int k = j + 1; k < body.getNbPlanes(); ++k) {
+                Vector const a = body.getPlane(i), b = body.getPlane(j), c = body.getPlane(k);
+                Matrix normals(3, 3);
+                normals.setRowVector(0, a(0, 3)).setRowVector(1, b(0, 3)).setRowVector(2, c(0, 3));
+                Vector p(3);
+                if (luSolve(normals, -Vector::of({a[3], b[3], c[3]}), p) && body.contain(p))
+                    tops.push_back(p);
+            }
+        }
+    }
+    return tops;
+}
+
+// The described walk word by word, every point and every corner tested: the volume and the error.
+std::pair<double, double> measureEveryPoint(ConvexPolyedron const& body, double step)
+{
+    Vector min(3), max(3);
+    body.computeBoundingBox(min, max);
+    double const h = step * 0.5;
+    double inside = 0.0, boundary = 0.0, total = 1.0;
+    for (double const extent : max - min) total *= std::trunc(extent * (1.0 / step)) + 1.0;
+    for (double x = min[0]; x <= max[0]; x += step) {
+        for (double y = min[1]; y <= max[1]; y += step) {
+            for (double z = min[2]; z <= max[2]; z += step) {
+                if (!body.contain(x, y, z)) continue;
+                bool isInterior = true;
+                for (double const a : {-h, h})
+                    for (double const b : {-h, h})
+                        for (double const c : {-h, h})
+                            isInterior = isInterior && body.contain(x + a, y + b, z + c);
+                ++inside;
+                boundary += isInterior ? 0.0 : 1.0;
+            }
+        }
+    }
+    double const volume = (max[0] - min[0]) * (max[1] - min[1]) * (max[2] - min[2]);
+    return {inside / total * volume, 50.0 * boundary / inside};
+}
+
+Vector awkwardNormal(int kind, RandomData& random, Planes const& before)
+{
+    Vector n = random.vector(3);
+    switch (kind) {
+        case 1:  // many planes through one point, many parallel ones
+            for (double& x : n) x = std::floor(2.5 * x + 0.5);
+            return n;
+        case 2:  // parallel to the last one up to 1e-17 to 0.1, either way
+            if (before.empty() || random.integer(0, 2) == 0) return n;
+            return std::pow(10.0, random.uniform(-17.0, -1.0)) * n +
+                   random.uniform(-3.0, 3.0) * before.back()(0, 3);
+        case 3:
+            return n * Vector::of({1e-7, 1e-7, 1.0});  // a needle
+        case 4:
+            return std::pow(10.0, random.uniform(-6.0, 6.0)) * n;  // of many lengths
+        case 5:
+            return random.integer(0, 1) ? 1e160 * n : 1e-160 * n;  // squares overflow
+        default:
+            return n;
+    }
+}
+
+class AwkwardPlanes : public testing::TestWithParam<int> {};
+
+// What the search and the count leave out must not matter, to the last bit.
+TEST_P(AwkwardPlanes, GiveTheTopsAndVolumesOfTheDescribedMethod)
+{
+    RandomData random(40);
+    for (int i = 0; i < 150; ++i) {
+        Vector const centre = random.vector(3) * (i % 3 == 0 ? 1e6 : 1.0);
+        Planes planes;
+        for (int j = 0; j < 5 + i % 9; ++j) {
+            Vector const n = awkwardNormal(GetParam(), random, planes);
+            double const distance = i % 4 == 0 ? 0.0 : std::floor(random.uniform(1.0, 4.0));
+            planes.push_back(
+                Vector::of({n[0], n[1], n[2], -n.dot(centre) - distance * n.length()}));
+        }
+        double const epsilons[] = {0.0, 1e-15, 1.5e-8, 1e-3, -1e-12, infinity};
+        ConvexPolyedron body = polyhedron(planes);
+        body.setEpsilon(epsilons[i % 6]);
+
+        Planes const tops = topsOfEveryTriple(body);
+        ASSERT_EQ(body.getNbTops(), tops.size());
+        for (std::size_t t = 0; t < tops.size(); ++t) EXPECT_EQ(ulps(body.getTop(t), tops[t]), 0.0);
+        if (tops.empty()) continue;
+        Vector min(3), max(3);
+        body.computeBoundingBox(min, max);
+        double const step = (max - min).length() / (i % 2 ? 4.3 : 20.0);
+        if (!(step > 1e-6 && step < 1e3)) continue;  // an open body's far-off vertices
+        auto const [volume, error] = measureEveryPoint(body, step);
+        double maxErr = 0.0;
+        EXPECT_EQ(body.computeVolume(step), volume);
+        EXPECT_EQ(body.computeVolumeAndMaxErr(maxErr, step), volume);
+        EXPECT_TRUE(maxErr == error || (std::isnan(maxErr) && std::isnan(error))) << maxErr;
+    }
+}
+INSTANTIATE_TEST_SUITE_P(ConvexPolyedron, AwkwardPlanes, testing::Range(0, 6));
+
+TEST(ConvexPolyedron, HasTheTopsAndVolumeOfExactArithmeticAlsoWhenTurned)
+{
+    Vector const u = Vector::of({0.6, 0.0, 0.8});
+    auto const turned = [&](Vector const& p) { return 2.0 * p.dot(u) * u - p; };
+    auto const rows = readReference("polyhedra.csv");
+    for (auto row = rows.begin(); row != rows.end();) {
+        double const volume = (*row)[2];
+        auto const planes = row + 1;
+        auto const tops = planes + static_cast<int>((*row)[0]);
+        row = tops + static_cast<int>((*row)[1]);
+        ConvexPolyedron body, turnedBody;
+        for (auto plane = planes; plane != tops; ++plane) {
+            body.addPlane(toVector(*plane));
+            turnedBody.addPlane(body.getPlane(plane - planes)(0, turned(toVector(*plane)(0, 3))));
+        }
+        ASSERT_EQ(body.getNbTops(), row - tops);
+        ASSERT_EQ(turnedBody.getNbTops(), row - tops);
+        for (int i = 0; i < row - tops; ++i) {
+            // Three planes at some angle: a hundred roundings of the coordinates.
+            Vector const top = toVector(tops[i]);
+            EXPECT_LT(ulps(body.getTop(i), top, 3.0 + top.length()), 100.0);
+            EXPECT_LT(ulps(turnedBody.getTop(i), turned(top), 3.0 + top.length()), 100.0);
+        }
+        std::size_t onFaces = 0;
+        for (int i = 0; i < tops - planes; ++i) onFaces += body.getTopsOnPlane(i).size();
+        EXPECT_EQ(onFaces, 3 * body.getNbTops());
+        double maxErr = 0.0;
+        EXPECT_NEAR(body.computeVolumeAndMaxErr(maxErr, 0.02), volume, 0.05 * volume);
+        EXPECT_NEAR(body.computeVolume(0.02), volume, maxErr / 100.0 * volume);
+    }
+}
+
+TEST(ConvexPolyedron, VolumesLieWithinTheirErrorBound)
+{
+    Planes cut = box(2, 2, 2);  // without the corner of three legs 1
+    cut.push_back(Vector::of({1, 1, 1, -5}));
+    Planes const simplex = {cut[1], cut[3], cut[5], Vector::of({1, 1, 1, -1})};
+    std::pair<Planes, double> const cases[] = {{box(1, 1, 1), 1.0},
+                                               {box(7, 0.2, 0.5), 0.7},
+                                               {cut, 8.0 - 1.0 / 6.0},
+                                               {simplex, 1.0 / 6.0},
+                                               {octahedron(), 4.0 / 3.0}};
+    for (auto const& [planes, volume] : cases) {
+        for (double const step : {0.093, 0.047, 0.0113}) {
+            double maxErr = -1.0;
+            double const estimate = polyhedron(planes).computeVolumeAndMaxErr(maxErr, step);
+            EXPECT_NEAR(estimate, volume, maxErr / 100.0 * volume) << step;
+        }
+    }
+}
+
+// A hundred additions of 0.01 overshoot 1, while the nominal count has the last layer.
+TEST(ConvexPolyedron, StepThatDividesTheExtentMayLoseALayer)
+{
+    EXPECT_DOUBLE_EQ(polyhedron(box(1, 1, 1)).computeVolume(0.01), std::pow(100.0 / 101.0, 3));
+}
+
+TEST(ConvexPolyedron, FacesListTheirTopsClockwiseFromOutside)
+{
+    ConvexPolyedron const cube = polyhedron(box(1, 1, 1));
+    for (int i = 0; i < 6; ++i) {
+        Planes const face = cube.getTopsOnPlane(i);
+        ASSERT_EQ(face.size(), 4u);
+        for (std::size_t j = 0; j < 4; ++j)
+            EXPECT_EQ((face[(j + 1) % 4] - face[j]).cross(face[(j + 2) % 4] - face[j]),
+                      -cube.getPlane(i)(0, 3));
+    }
+    Vector min(3), max(3);
+    cube.computeBoundingBox(min, max);
+    EXPECT_TRUE(min == Vector(3) && max == Vector::of({1, 1, 1}));
+}
+
+TEST(ConvexPolyedron, TopOfFourPlanesIsListedForEachTripleButOnceOnAFace)
+{
+    Planes planes = octahedron();
+    planes.push_back(Vector::of({1, 0, 0, -1}));  // touches a vertex
+    planes.push_back(Vector::of({1, 0, 0, -2}));  // touches nothing
+    ConvexPolyedron const body = polyhedron(planes);
+    EXPECT_EQ(polyhedron(octahedron()).getNbTops(), 6u * 4u);
+    EXPECT_EQ(body.getTopsOnPlane(0).size(), 3u);
+    EXPECT_EQ(body.getTopsOnPlane(8).size(), 1u);
+    EXPECT_EQ(body.getTopsOnPlane(9).size(), 0u);
+}
+
+TEST(ConvexPolyedron, ContainsWhatLiesOutsideByLessThanTheTolerance)
+{
+    ConvexPolyedron const cube = polyhedron(box(1, 1, 1));
+    EXPECT_EQ(cube.getEpsilon(), std::sqrt(std::numeric_limits<double>::epsilon()));
+    EXPECT_TRUE(cube.contain(1 + 0.9 * cube.getEpsilon(), 0.5, 0.5));
+    EXPECT_FALSE(cube.contain(Vector::of({1 + 1.1 * cube.getEpsilon(), 0.5, 0.5})));
+    EXPECT_FALSE(cube.contain(std::nan(""), 0.5, 0.5));
+}
+
+TEST(ConvexPolyedron, PlaneThroughThreePointsMovesInwardByTheOffset)
+{
+    Vector const a = Vector::of({0, 0, 3}), b = Vector::of({2, 0, 3}), c = Vector::of({0, 2, 3});
+    ConvexPolyedron body;
+    body.addPlane(a, b, c, 1e-9);  // no offset to speak of: the normal keeps its length
+    body.addPlane(a, b, c, 0.5);
+    body.addPlane(a, a, c, -0.5);  // no plane: a null normal, which bounds nothing
+    EXPECT_EQ(body.getPlane(0), Vector::of({0, 0, 4, -12}));
+    EXPECT_EQ(body.getPlane(1), Vector::of({0, 0, 1, -2.5}));
+    EXPECT_TRUE(body.contain(1e6, 1e6, 2.5));
+    EXPECT_FALSE(body.contain(0, 0, 2.6));
+}
+
+TEST(ConvexPolyedron, NewPlaneRenewsTheTopsAndANewToleranceDoesNot)
+{
+    ConvexPolyedron body = polyhedron(box(1, 1, 1));
+    EXPECT_EQ(body.getTopsOnPlane(0).size(), 4u);
+    ConvexPolyedron const copy = body;
+    body.setEpsilon(-0.1);
+    EXPECT_EQ(body.getTopsOnPlane(0).size(), 4u);
+    body.addPlane(Vector::of({1, 0, 0, -0.5}));
+    EXPECT_EQ(body.getNbTops(), 0u);
+    EXPECT_EQ(copy.getNbTops(), 8u);
+}
+
+TEST(ConvexPolyedron, GridThatWouldNeverEndIsRefused)
+{
+    Planes far = box(1e17 + 1000, 1, 1);
+    far[1][3] = 1e17;
+    std::pair<Planes, double> const cases[] = {
+        {box(1, 1, 1), 1e-5}, {box(1, 1, 1), 1e-320}, {box(1e8, 0, 0), 1.0}, {far, 1.0}};
+    double maxErr = 7.0;
+    for (auto const& [planes, step] : cases)
+        EXPECT_MATH_ERROR(polyhedron(planes).computeVolumeAndMaxErr(maxErr, step),
+                          "ConvexPolyedron::computeVolume : Step too small.");
+    for (double const step : {0.0, -0.1, std::nan(""), infinity})
+        EXPECT_MATH_ERROR(polyhedron(far).computeVolume(step),
+                          "ConvexPolyedron::computeVolume : Bad step.");
+    EXPECT_EQ(maxErr, 7.0);
+}
+
+TEST(ConvexPolyedron, MisuseIsRefusedByTheNamedFunction)
+{
+    ConvexPolyedron none, body = polyhedron(box(1, 1, 1));
+    Vector const p(3), q(4);
+    Vector min(3), max(2);
+    EXPECT_MATH_ERROR(body.addPlane(p), "ConvexPolyedron::addPlane : Bad vector size.");
+    EXPECT_MATH_ERROR(body.addPlane(p, q, p, 0), "ConvexPolyedron::addPlane : Bad vector size.");
+    EXPECT_MATH_ERROR(body.addPlane(infinity * q), "ConvexPolyedron::addPlane : Not finite.");
+    EXPECT_MATH_ERROR(none.contain(0, 0, 0), "ConvexPolyedron::contain : Liste of plane is empty.");
+    EXPECT_MATH_ERROR(none.contain(q), "ConvexPolyedron::contain : Bad vector size.");
+    for (int const i : {8, -1}) {
+        EXPECT_MATH_ERROR(body.getPlane(i),
+                          "ConvexPolyedron::getPlane : Plane not in _listOfPlanes !");
+        EXPECT_MATH_ERROR(body.getTopsOnPlane(i),
+                          "ConvexPolyedron::getTopsOnPlane : Plane not in _listOfPlanes !");
+        EXPECT_MATH_ERROR(body.getTop(i),
+                          "ConvexPolyedron::getTop : Vertex not in _listOfVertices !");
+    }
+    EXPECT_MATH_ERROR(none.computeBoundingBox(min, max),
+                      "ConvexPolyedron::computeBoundingBox : Liste of plane is empty.");
+    none.addPlane(q);
+    EXPECT_MATH_ERROR(none.computeBoundingBox(min, max),
+                      "ConvexPolyedron::computeBoundingBox : Bad vector size.");
+    EXPECT_MATH_ERROR(none.computeVolume(-1.0),
+                      "ConvexPolyedron::computeBoundingBox : Le polyedre est vide.");
+    EXPECT_EQ(body.getNbPlanes(), 6u);
+}
+
+std::vector<std::string> messages(LogRecorder const& log)
+{
+    std::vector<std::string> texts;
+    for (Record const& r : log.records()) texts.push_back(std::to_string(r.level) + r.message);
+    return texts;
+}
+
+TEST(ConvexPolyedron, LogsPlanesProgressAndResults)
+{
+    ConvexPolyedron body = polyhedron(box(1, 1, 1));
+    LogRecorder const log(g_MathLogger, 0);
+    double maxErr = 0.0;
+    body.addPlane(Vector::of({0.123456789, -2, 0, -3e10}));
+    body.computeVolumeAndMaxErr(maxErr, 0.3);
+    char const* const expected[] = {"20000addPlane : 0.123457.x + -2.y + 0.z + -3e+10 = 0 ",
+                                    "0Computing tops...",
+                                    "20000  A polyedron is compute with 8 verticies",
+                                    "0Computing volume and max error...",
+                                    "20000  in/tot = 1%",
+                                    "20000  bounding box = 1",
+                                    "20000  estimate volume = 1",
+                                    "20000  max error = 43.75"};
+    EXPECT_THAT(messages(log), testing::ElementsAreArray(expected));
+    EXPECT_THAT(log.records()[0].file, testing::EndsWith("math/ConvexPolyedron.cpp"));
+}
+
+TEST(ConvexPolyedron, LogsHowManyTopsItFound)
+{
+    Planes const b = box(1, 1, 1);
+    std::pair<Planes, std::string> const cases[] = {
+        {{b[0], b[1]}, "  Number of planes < 3"},
+        {{b[0], b[0], b[0]}, "  An empty polyedron is compute"},
+        {{b[0], b[2], b[4]}, "  A polyedron is compute with 1 verticies"},
+        {{b[0], b[2], b[4], b[5]}, "  A degenerated polyedron is compute with 2 verticies"},
+        {{b[1], b[3], b[4], Vector::of({1, 1, 0, -1})},
+         "  A degenerated polyedron is compute with 3 verticies"}};
+    for (auto const& [planes, text] : cases) {
+        ConvexPolyedron const body = polyhedron(planes);
+        LogRecorder const log(g_MathLogger, 20000);
+        body.getNbTops();
+        EXPECT_THAT(messages(log), testing::ElementsAre("20000" + text));
+    }
+}
+
+}  // namespace
