@@ -28,15 +28,15 @@ public:
     /// A logger or an appender that throws is ignored, so that the error itself gets through.
     Error(int line, char const* file, std::string const& message, log4cplus::Logger* logger,
           int logLevel);
-    Error(Error const& other) noexcept;
-    Error& operator=(Error const& other) noexcept;
+    Error(Error const& other) noexcept;  ///< Copies the other.
+    Error& operator=(Error const& other) noexcept;  ///< Takes over the contents of the other.
     ~Error() override;
 
     /// The message, valid as long as this error or a copy of it lives.
     char const* what() const noexcept override;
 
-    int getLine() const noexcept;
-    char const* getFile() const noexcept;
+    int getLine() const noexcept;  ///< Line of the throw site.
+    char const* getFile() const noexcept;  ///< Source file of the throw site.
 
 protected:
     /// Emits the record of this error on `logger` (not null): the message, with file and line as
@@ -59,7 +59,8 @@ public:
     /// Parameters as for Error.
     FatalError(int line, char const* file, std::string const& message, log4cplus::Logger* logger,
                int logLevel);
-    FatalError(FatalError const& other) noexcept;
+    FatalError(FatalError const& other) noexcept;  ///< Copies the other.
+    /// Takes over the contents of the other.
     FatalError& operator=(FatalError const& other) noexcept;
     ~FatalError() override;
 };

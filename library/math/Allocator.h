@@ -36,7 +36,7 @@ public:
     /// object's own heap block: the forms that containers use. The caller holds the one count.
     /// @throws std::bad_alloc when memory runs out.
     static Allocator* make();
-    static Allocator* make(unsigned int size, void const* src);
+    static Allocator* make(unsigned int size, void const* src);  ///< @copydoc make()
 
     /// Takes a new buffer of `size` bytes, copied from `src` unless that is null. An existing
     /// buffer is not freed: call `deallocate` first.

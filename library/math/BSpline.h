@@ -56,8 +56,8 @@ public:
     static constexpr double eps = 1e-05;
 
     BSpline() = default;
-    BSpline(BSpline const& other) = default;
-    BSpline& operator=(BSpline const& other) = default;
+    BSpline(BSpline const& other) = default;  ///< Copies the other.
+    BSpline& operator=(BSpline const& other) = default;  ///< Takes over the contents of the other.
     virtual ~BSpline() = default;
 
     /// Sets the structure of the curve; the control points stay as they are.
@@ -225,7 +225,7 @@ protected:
     virtual void computeNbKnots();     ///< Sets `_nbKnots`.
     virtual void computeNbBSplines();  ///< Sets `_nbBSplines`.
 
-    void setBreakPoints(Vector const& breakPoints);
+    void setBreakPoints(Vector const& breakPoints);  ///< Copies the break points.
     /// As `init` describes; order, kind and break points must have been set.
     void setKnotMultiplicities(std::vector<int> const& knotMultiplicities);
     void initKnots();     ///< `_nbKnots` zeros.
@@ -242,10 +242,10 @@ protected:
     /// @name Powers of u for derived classes: P[r] = d^n/du^n u^r, with n = 0 to 3
     /// @throws MathError "Size Error on param powers vector" unless P has k elements.
     /// @{
-    void computeParamPowers(double u, Vector& P) const;
-    void computeDerivatedParamPowers(double u, Vector& P) const;
-    void computeSecondDerivatedParamPowers(double u, Vector& P) const;
-    void computeThirdDerivatedParamPowers(double u, Vector& P) const;
+    void computeParamPowers(double u, Vector& P) const;  ///< The powers themselves.
+    void computeDerivatedParamPowers(double u, Vector& P) const;  ///< First derivatives.
+    void computeSecondDerivatedParamPowers(double u, Vector& P) const;  ///< Second derivatives.
+    void computeThirdDerivatedParamPowers(double u, Vector& P) const;  ///< Third derivatives.
     /// @}
 
     /// P[r] = r! / (r - n)! · w_r for r >= n, 0 below, with w_n = 1 and w_{r+1} the integer part of

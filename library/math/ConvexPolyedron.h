@@ -33,7 +33,7 @@ public:
 
     /// Tolerance of the tests "inside" and "on a plane"; any value is taken as it is.
     void setEpsilon(double epsilon) { _epsilon = epsilon; }
-    double getEpsilon() const { return _epsilon; }
+    double getEpsilon() const { return _epsilon; }  ///< @copydoc setEpsilon
 
     /// Adds the plane (a, b, c, d). A null normal bounds nothing where d <= epsilon, and leaves
     /// nothing inside elsewhere.
@@ -51,6 +51,7 @@ public:
     ///         elements; "ConvexPolyedron::addPlane : Not finite.".
     void addPlane(Vector const& p1, Vector const& p2, Vector const& p3, double offset);
 
+    /// Number of planes.
     unsigned int getNbPlanes() const { return static_cast<unsigned int>(_listOfPlanes.size()); }
 
     /// Plane `i`.

@@ -43,8 +43,8 @@ class MEASUREMATH_API CostFun {
 public:
     /// Without dimensions, with analytic derivatives.
     CostFun() = default;
-    CostFun(CostFun const&) = default;
-    CostFun& operator=(CostFun const&) = default;
+    CostFun(CostFun const&) = default;  ///< Copies the other.
+    CostFun& operator=(CostFun const&) = default;  ///< Takes over the contents of the other.
     virtual ~CostFun() = default;
 
     /// Residuals at x. The reference is valid until the next evaluation.
@@ -85,7 +85,7 @@ protected:
 
     /// What `getRMS` and `getSEUW` return.
     virtual double computeRMS(Vector const& x);
-    virtual double computeSEUW(Vector const& x);
+    virtual double computeSEUW(Vector const& x);  ///< @copydoc computeRMS
 
     /// Writes the Jacobian by forward differences of `getFunValue` into `_jacValue`: n + 1
     /// evaluations, with the step |x_j| · 2^-26, or 2^-26 where x_j is 0.

@@ -22,9 +22,9 @@ public:
 
     /// @name The angles of another form, as `matrixToEuler` chooses them
     /// @{
-    Euler(MatrixR const& R);
-    Euler(VectorR const& r);
-    Euler(Quaternion const& q);
+    Euler(MatrixR const& R);  ///< From a rotation matrix.
+    Euler(VectorR const& r);  ///< From a rotation vector.
+    Euler(Quaternion const& q);  ///< From a quaternion.
     /// @}
 
     /// Shares the buffer of `other`.

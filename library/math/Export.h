@@ -5,4 +5,5 @@
 ///
 /// The same headers serve the static and the shared library: no define is needed for either.
 
+/// Marks an exported name.
 #define MEASUREMATH_API __attribute__((visibility("default")))

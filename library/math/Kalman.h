@@ -52,8 +52,8 @@ public:
                static_cast<int>(nbObsFct));
     }
 
-    Kalman(Kalman const& other) = default;
-    Kalman& operator=(Kalman const& other) = default;
+    Kalman(Kalman const& other) = default;  ///< Copies the other.
+    Kalman& operator=(Kalman const& other) = default;  ///< Takes over the contents of the other.
     virtual ~Kalman() = default;
 
     /// @name The model
@@ -217,7 +217,7 @@ private:
 /// second pass repeats the first, and the filter is the classical one.
 class MEASUREMATH_API KalmanIekf : public Kalman {
 public:
-    using Kalman::Kalman;
+    using Kalman::Kalman;  ///< The constructors of `Kalman`.
 
     /// P⁻ = F·P·Fᵀ + G·Qu·Gᵀ, then x⁻ = f(x, u), with F and G at the estimate.
     ///

@@ -50,8 +50,8 @@ public:
     using CallBackFcn = bool (*)(LMSolver const&);
 
     LMSolver();
-    LMSolver(LMSolver const&) = default;
-    LMSolver& operator=(LMSolver const&) = default;
+    LMSolver(LMSolver const&) = default;  ///< Copies the other.
+    LMSolver& operator=(LMSolver const&) = default;  ///< Takes over the contents of the other.
     virtual ~LMSolver() = default;
 
     /// Sets the function to minimise, which the caller keeps alive, and with it the default limit
@@ -115,7 +115,7 @@ public:
     Matrix const& getCov() const { return whenSolved(_cov); }
 
     std::string const& getEndReason() const { return whenSolved(_endReason); }  ///< In words.
-    EndFlag getEndFlag() const { return whenSolved(_endFlag); }
+    EndFlag getEndFlag() const { return whenSolved(_endFlag); }  ///< How the run ended.
 
     /// Number of elements on the diagonal of the covariance above 2^-52 of the largest.
     unsigned int getJacRank() const { return whenSolved(_jacRank); }
@@ -124,10 +124,10 @@ public:
 
     /// @name RMS and standard error of unit weight (CostFun) at the start and at the solution
     /// @{
-    double getRMSBefore() const { return whenSolved(_rmsBefore); }
-    double getSEUWBefore() const { return whenSolved(_seuwBefore); }
-    double getRMSAfter() const { return whenSolved(_rmsAfter); }
-    double getSEUWAfter() const { return whenSolved(_seuwAfter); }
+    double getRMSBefore() const { return whenSolved(_rmsBefore); }  ///< RMS at the start.
+    double getSEUWBefore() const { return whenSolved(_seuwBefore); }  ///< SEUW at the start.
+    double getRMSAfter() const { return whenSolved(_rmsAfter); }  ///< RMS at the solution.
+    double getSEUWAfter() const { return whenSolved(_seuwAfter); }  ///< SEUW at the solution.
     /// @}
 
     /// Number of Jacobian evaluations so far. @throws MathError "Call solve before use" unless
@@ -141,28 +141,28 @@ protected:
 
     /// Back to ready when solved, for a setting that has changed.
     void resetOptimFlag();
-    OptimFlag getOptimFlag() const { return _optimFlag; }
+    OptimFlag getOptimFlag() const { return _optimFlag; }  ///< Where the solver stands.
 
     CostFun* _costFun = nullptr;  ///< Not owned.
     Vector _vecSol;               ///< The start, the current vector, then the solution.
-    Matrix _cov;
-    unsigned int _nbIter = 0;
-    double _jacCond = -1.0;
-    unsigned int _jacRank = 0;
-    std::string _endReason;
-    EndFlag _endFlag = ErrorEnd;
-    double _curRMS = -1.0;
-    CallBackFcn _callBackFcn = nullptr;
+    Matrix _cov;  ///< What `getCov` returns.
+    unsigned int _nbIter = 0;  ///< Evaluations so far.
+    double _jacCond = -1.0;  ///< What `getJacCond` returns.
+    unsigned int _jacRank = 0;  ///< What `getJacRank` returns.
+    std::string _endReason;  ///< What `getEndReason` returns.
+    EndFlag _endFlag = ErrorEnd;  ///< What `getEndFlag` returns.
+    double _curRMS = -1.0;  ///< RMS of the current iteration.
+    CallBackFcn _callBackFcn = nullptr;  ///< The callback, or null.
     void* _callBackArg = nullptr;  ///< Not owned.
     bool _continue = true;         ///< Last answer of the callback.
-    double _rmsBefore = 0.0;
-    double _seuwBefore = 0.0;
-    double _rmsAfter = 0.0;
-    double _seuwAfter = 0.0;
-    unsigned int _nbMaxIter = 0;
-    bool _nbMaxIterSet = false;
-    double _tolerance;
-    OptimFlag _optimFlag = NotReady;
+    double _rmsBefore = 0.0;  ///< RMS at the start.
+    double _seuwBefore = 0.0;  ///< SEUW at the start.
+    double _rmsAfter = 0.0;  ///< RMS at the solution.
+    double _seuwAfter = 0.0;  ///< SEUW at the solution.
+    unsigned int _nbMaxIter = 0;  ///< Limit of evaluations.
+    bool _nbMaxIterSet = false;  ///< The limit was set by the user.
+    double _tolerance;  ///< Relative tolerance.
+    OptimFlag _optimFlag = NotReady;  ///< Where the solver stands.
 
 private:
     template <class T>

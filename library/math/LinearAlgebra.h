@@ -209,12 +209,14 @@ constexpr unsigned int saturatedCount(N n)
 
 }  // namespace measuremath
 
+/// For a count of any integer type.
 template <class N, measuremath::IfIndex<N> = 0>
 void singularValuesThreshold(Vector& s, unsigned int& rank, double& cond, N nbThresholded)
 {
     singularValuesThreshold(s, rank, cond, measuremath::saturatedCount(nbThresholded));
 }
 
+/// For a count of any integer type.
 template <class N, measuremath::IfIndex<N> = 0>
 bool svdInverse(Matrix const& A, Matrix& invA, unsigned int& rank, double& cond, N nbThresholded)
 {

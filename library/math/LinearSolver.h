@@ -55,7 +55,7 @@ public:
 protected:
     /// Solve as the class comment says.
     virtual void solveSystem(Matrix const& A) = 0;
-    virtual void solveSystem(Matrix const& A, Vector const& b) = 0;
+    virtual void solveSystem(Matrix const& A, Vector const& b) = 0;  ///< Solves A·x = b.
 
     /// Whether a `solve` has succeeded.
     bool getBoolSolveDone() const { return _solveDone; }

@@ -20,7 +20,8 @@ public:
     /// Parameters as for Error.
     MathError(int line, char const* file, std::string const& message, log4cplus::Logger* logger,
               int logLevel);
-    MathError(MathError const& other) noexcept;
+    MathError(MathError const& other) noexcept;  ///< Copies the other.
+    /// Takes over the contents of the other.
     MathError& operator=(MathError const& other) noexcept;
     ~MathError() override;
 };
@@ -31,7 +32,8 @@ public:
     /// Parameters as for Error.
     MathFatalError(int line, char const* file, std::string const& message,
                    log4cplus::Logger* logger, int logLevel);
-    MathFatalError(MathFatalError const& other) noexcept;
+    MathFatalError(MathFatalError const& other) noexcept;  ///< Copies the other.
+    /// Takes over the contents of the other.
     MathFatalError& operator=(MathFatalError const& other) noexcept;
     ~MathFatalError() override;
 };

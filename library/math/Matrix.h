@@ -149,13 +149,13 @@ public:
     /// @name Element-wise arithmetic
     /// @throws MathError "Bad matrix dimensions" when the dimensions of two matrices differ.
     /// @{
-    Matrix& operator+=(Matrix const& b);
-    Matrix& operator-=(Matrix const& b);
-    Matrix operator+(Matrix const& b) const&;
-    Matrix operator-(Matrix const& b) const&;
-    Matrix operator+(Matrix const& b) &&;
-    Matrix operator-(Matrix const& b) &&;
-    Matrix operator-() const;
+    Matrix& operator+=(Matrix const& b);  ///< Sum, in place.
+    Matrix& operator-=(Matrix const& b);  ///< Difference, in place.
+    Matrix operator+(Matrix const& b) const&;  ///< Sum.
+    Matrix operator-(Matrix const& b) const&;  ///< Difference.
+    Matrix operator+(Matrix const& b) &&;  ///< Sum.
+    Matrix operator-(Matrix const& b) &&;  ///< Difference.
+    Matrix operator-() const;  ///< Every element negated.
     /// @}
 
     /// Every element times `s`. With s = 1 the buffer is not touched and stays shared.

@@ -21,9 +21,9 @@ public:
 
     /// @name The matrix of another form
     /// @{
-    MatrixR(Quaternion const& q);
-    MatrixR(Euler const& e);
-    MatrixR(VectorR const& r);
+    MatrixR(Quaternion const& q);  ///< From a quaternion.
+    MatrixR(Euler const& e);  ///< From Euler angles.
+    MatrixR(VectorR const& r);  ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `other`.
@@ -36,12 +36,12 @@ public:
     /// A null rotation vector writes the diagonal only, as `vectToMatrix` does: start from an
     /// identity or assign `MatrixR(r)` where it may be null.
     /// @{
-    void init(Quaternion const& q);
-    void init(Euler const& e);
-    void init(VectorR const& r);
-    MatrixR& operator=(Quaternion const& q);
-    MatrixR& operator=(Euler const& e);
-    MatrixR& operator=(VectorR const& r);
+    void init(Quaternion const& q);  ///< From a quaternion.
+    void init(Euler const& e);  ///< From Euler angles.
+    void init(VectorR const& r);  ///< From a rotation vector.
+    MatrixR& operator=(Quaternion const& q);  ///< From a quaternion.
+    MatrixR& operator=(Euler const& e);  ///< From Euler angles.
+    MatrixR& operator=(VectorR const& r);  ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `m`.

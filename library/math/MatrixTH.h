@@ -24,10 +24,10 @@ public:
     /// @name Rotation R and translation t
     /// `t` must have three elements at least, which is not checked.
     /// @{
-    MatrixTH(MatrixR const& R, Vector const& t);
-    MatrixTH(Euler const& R, Vector const& t);
-    MatrixTH(Quaternion const& R, Vector const& t);
-    MatrixTH(VectorR const& R, Vector const& t);
+    MatrixTH(MatrixR const& R, Vector const& t);  ///< From a rotation matrix.
+    MatrixTH(Euler const& R, Vector const& t);  ///< From Euler angles.
+    MatrixTH(Quaternion const& R, Vector const& t);  ///< From a quaternion.
+    MatrixTH(VectorR const& R, Vector const& t);  ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `other`.

@@ -25,8 +25,8 @@ public:
     ///         array size" for a negative n.
     explicit Powell(int n);
 
-    Powell(Powell const&) = default;
-    Powell& operator=(Powell const&) = default;
+    Powell(Powell const&) = default;  ///< Copies the other.
+    Powell& operator=(Powell const&) = default;  ///< Takes over the contents of the other.
     virtual ~Powell() = default;
 
     /// Starts over with n unknowns: start point 0, no evaluations, default tolerance.
@@ -62,16 +62,16 @@ public:
     double getRmsAfter() const { return _rmsAfter; }  ///< @copydoc getRmsBefore
 
 protected:
-    int _n = 0;
-    Vector _params;
-    double _maxNormValue = defaultTolerance;
-    int _nbIter = 0;
-    double _rmsBefore = 0.0;
-    double _rmsAfter = 0.0;
+    int _n = 0;  ///< Number of unknowns.
+    Vector _params;  ///< The start, then the solution.
+    double _maxNormValue = defaultTolerance;  ///< Relative tolerance on x.
+    int _nbIter = 0;  ///< Evaluations so far.
+    double _rmsBefore = 0.0;  ///< Norm of f at the start.
+    double _rmsAfter = 0.0;  ///< Norm of f at the solution.
     std::vector<double> _work;  ///< `_lwa` elements.
     std::vector<double> _fvec;  ///< Values of the n equations.
-    int _lwa = 0;
-    int _info = 0;
+    int _lwa = 0;  ///< Length of the work array.
+    int _info = 0;  ///< MINPACK's exit code.
     int _iflag = 0;  ///< What the function gets in the two evaluations for the norms.
 
     /// `compute`, given how to evaluate at x and how to run MINPACK on x.
@@ -93,7 +93,7 @@ public:
     /// @throws MathError as for Powell.
     explicit NumPowell(int n, Function function = nullptr) : Powell(n), _function(function) {}
 
-    void setFunction(Function function) { _function = function; }
+    void setFunction(Function function) { _function = function; }  ///< Sets the function.
 
     void compute() override;
 
@@ -117,7 +117,7 @@ public:
 
     void initPowell(int n) override;
 
-    void setFunction(Function function) { _function = function; }
+    void setFunction(Function function) { _function = function; }  ///< Sets the function.
 
     void compute() override;
 

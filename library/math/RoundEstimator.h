@@ -26,7 +26,7 @@ public:
     void setDataColl(std::vector<Vector> const& dataColl) override;
 
 protected:
-    explicit RoundEstimator(unsigned int dimension);
+    explicit RoundEstimator(unsigned int dimension);  ///< For points of this dimension.
 
     /// @return false when the points define no circle or sphere: on a line or a plane within their
     ///         rounding, or not finite. A start that already is the minimum counts as a fit.

@@ -24,7 +24,7 @@ protected:
     /// @throws MathError "SVD decomposition failed" when the iteration does not converge, or when A
     ///         holds an infinity or a NaN.
     void solveSystem(Matrix const& A) override;
-    void solveSystem(Matrix const& A, Vector const& b) override;
+    void solveSystem(Matrix const& A, Vector const& b) override;  ///< Solves A·x = b.
 
     /// Decomposes A, m >= n, into `_matU`, `_vecS` and `_matV`, sets the negligible values of
     /// `_vecS` to 0, and sets `_matRank`, `_matCond` and `_cov`, the covariance for errors of unit

@@ -105,6 +105,7 @@ public:
         assert(measuremath::isInRange(i, getSize()));
         return begin()[i];
     }
+    /// For reading.
     template <class I, measuremath::IfIndex<I> = 0> T const& operator[](I i) const
     {
         assert(measuremath::isInRange(i, getSize()));
@@ -236,6 +237,7 @@ public:
         assert(measuremath::isInRange(r, _nbRow));
         return this->begin() + rowStart(r);
     }
+    /// For reading.
     template <class I, measuremath::IfIndex<I> = 0> T const* operator[](I r) const
     {
         assert(measuremath::isInRange(r, _nbRow));
@@ -249,6 +251,7 @@ public:
         requireInside(r, c);
         return (*this)[r][c];
     }
+    /// For reading.
     template <class R, class C, measuremath::IfIndex<R, C> = 0> T const& at(R r, C c) const
     {
         requireInside(r, c);

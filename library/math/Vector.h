@@ -69,18 +69,18 @@ public:
     /// A zero divisor gives the floating-point result.
     /// @throws MathError "Bad vector dimensions" when the sizes differ.
     /// @{
-    Vector& operator+=(Vector const& b);
-    Vector& operator-=(Vector const& b);
-    Vector& operator*=(Vector const& b);
-    Vector& operator/=(Vector const& b);
-    Vector operator+(Vector const& b) const&;
-    Vector operator-(Vector const& b) const&;
-    Vector operator*(Vector const& b) const&;
-    Vector operator/(Vector const& b) const&;
-    Vector operator+(Vector const& b) &&;
-    Vector operator-(Vector const& b) &&;
-    Vector operator*(Vector const& b) &&;
-    Vector operator/(Vector const& b) &&;
+    Vector& operator+=(Vector const& b);  ///< Sum, in place.
+    Vector& operator-=(Vector const& b);  ///< Difference, in place.
+    Vector& operator*=(Vector const& b);  ///< Product, in place.
+    Vector& operator/=(Vector const& b);  ///< Quotient, in place.
+    Vector operator+(Vector const& b) const&;  ///< Sum.
+    Vector operator-(Vector const& b) const&;  ///< Difference.
+    Vector operator*(Vector const& b) const&;  ///< Product.
+    Vector operator/(Vector const& b) const&;  ///< Quotient.
+    Vector operator+(Vector const& b) &&;  ///< Sum.
+    Vector operator-(Vector const& b) &&;  ///< Difference.
+    Vector operator*(Vector const& b) &&;  ///< Product.
+    Vector operator/(Vector const& b) &&;  ///< Quotient.
     /// @}
 
     /// Every element negated.

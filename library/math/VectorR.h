@@ -19,8 +19,8 @@ public:
 
     /// @name The vector of another form, its angle in [0, π] as `matrixToVect` gives it
     /// @{
-    VectorR(Euler const& e);
-    VectorR(Quaternion const& q);
+    VectorR(Euler const& e);  ///< From Euler angles.
+    VectorR(Quaternion const& q);  ///< From a quaternion.
     /// @}
 
     /// Shares the buffer of `other`.

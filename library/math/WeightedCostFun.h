@@ -22,7 +22,8 @@
 class MEASUREMATH_API WeightedCostFun : public CostFun {
 public:
     WeightedCostFun() = default;
-    WeightedCostFun(WeightedCostFun const&) = default;
+    WeightedCostFun(WeightedCostFun const&) = default;  ///< Copies the other.
+    /// Takes over the contents of the other.
     WeightedCostFun& operator=(WeightedCostFun const&) = default;
     ~WeightedCostFun() override = default;
 

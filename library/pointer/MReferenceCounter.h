@@ -29,5 +29,5 @@ protected:
     MReferenceCounter() = default;
     virtual ~MReferenceCounter() = default;
 
-    int _count = 1;
+    int _count = 1;  ///< Number of holders.
 };
