@@ -102,6 +102,16 @@ int syevr(char uplo, int n, double* a, int lda, double* w, double* z, int ldz, i
     return info;
 }
 
+int geev(int n, double* a, int lda, double* wr, double* wi, double* work, int lwork)
+{
+    char const none = 'N';
+    int const ldv = 1;
+    int info = 0;
+    LAPACK_dgeev(&none, &none, &n, a, &lda, wr, wi, nullptr, &ldv, nullptr, &ldv, work, &lwork,
+                 &info);
+    return info;
+}
+
 int potrf(char uplo, int n, double* a, int lda)
 {
     int info = 0;

@@ -1,0 +1,188 @@
+#include "math/poly.h"
+
+#include "support/MathErrorExpectations.h"
+#include "support/RandomData.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Root = std::complex<double>;
+using LongComplex = std::complex<long double>;
+
+template <class T>
+std::vector<T> product(std::vector<T> const& roots)
+{
+    std::vector<T> c = {T(1)};
+    for (T const& root : roots) {
+        c.push_back(T(0));
+        for (std::size_t i = c.size() - 1; i > 0; --i) c[i] -= root * c[i - 1];
+    }
+    return c;
+}
+
+// Largest difference between a coefficient and that of the polynomial with these roots, relative to
+// what it would be if all its terms had the same sign. Wide enough for any double.
+double backwardError(Vector const& c, std::vector<Root> const& roots)
+{
+    std::vector<LongComplex> wide(roots.begin(), roots.end());
+    std::vector<long double> sizes;
+    for (LongComplex const& z : wide) sizes.push_back(-std::abs(z));
+    auto const rebuilt = product(wide);
+    auto const largest = product(sizes);
+    double worst = 0.0;
+    for (std::size_t i = 0; i < rebuilt.size(); ++i) {
+        LongComplex const difference = rebuilt[i] - static_cast<long double>(c[i]) / c[0];
+        if (std::abs(difference) > 0)
+            worst = std::max(worst, double(std::abs(difference) / largest[i]));
+    }
+    return worst;
+}
+
+Vector withRoots(std::vector<long double> const& roots)
+{
+    Vector c;
+    std::vector<double> values;
+    for (long double const ci : product(roots)) values.push_back(double(ci));
+    return toVector(values);
+}
+
+Vector random(RandomData& data, int n, double decades)
+{
+    Vector c = data.vector(n + 1);
+    for (double& ci : c) ci *= std::pow(10.0, data.uniform(-decades, decades));
+    return c;
+}
+
+Vector far(RandomData& data, int n)
+{
+    std::vector<long double> roots;
+    for (int i = 0; i < n; ++i) roots.push_back(std::pow(10.0L, data.uniform(-8.0, 8.0)));
+    return withRoots(roots);
+}
+
+struct Family {
+    char const* name;
+    int lowest, highest;  // degrees
+    double tolerance;
+    std::function<Vector(RandomData&, int)> make;
+};
+
+// Some roundings, 2^-52 each, for each of up to 40 coefficients.
+constexpr double roundings = 5e-13;
+
+TEST(Poly, RootsRebuildThePolynomial)
+{
+    std::vector<long double> const twoScales = {1, 1, 1, 1e-9L, 1e-9L, 1e9L, 1e9L};
+    Family const families[] = {
+        {"random", 1, 40, roundings, [](RandomData& d, int n) { return random(d, n, 0); }},
+        {"badly scaled", 1, 40, roundings, [](RandomData& d, int n) { return random(d, n, 15); }},
+        {"at the limits", 3, 40, roundings, [](RandomData& d, int n) { return random(d, n, 140); }},
+        {"far apart", 2, 10, roundings, far},
+        {"tiny", 1, 9, roundings,
+         [](RandomData& d, int n) {
+             std::vector<long double> roots;
+             for (int i = 0; i < n; ++i) roots.push_back(1e-30L * d.uniform(1, 2));
+             return withRoots(roots);
+         }},
+        {"Wilkinson", 5, 20, roundings,
+         [](RandomData&, int n) {
+             std::vector<long double> roots;
+             for (int i = 1; i <= n; ++i) roots.push_back(i);
+             return withRoots(roots);
+         }},
+        {"clustered", 3, 12, roundings,
+         [](RandomData&, int n) {
+             std::vector<long double> roots(n, 1.0L);
+             roots[0] = -3;
+             return withRoots(roots);
+         }},
+        // Two hard things at once: roots of other sizes disturb the clusters.
+        {"clusters of several sizes", 7, 7, 1e-8,
+         [&](RandomData&, int) { return withRoots(twoScales); }},
+    };
+    for (Family const& family : families) {
+        RandomData data(11);
+        for (int n = family.lowest; n <= family.highest; ++n)
+            for (int trial = 0; trial < 10; ++trial) {
+                Vector const c = family.make(data, n);
+                std::vector<Root> const roots = poly(c);
+                ASSERT_EQ(roots.size(), std::size_t(n)) << family.name;
+                EXPECT_LT(backwardError(c, roots), family.tolerance) << family.name << ": " << c;
+            }
+    }
+}
+
+TEST(Poly, RootsComeInOrderAndInExactPairs)
+{
+    RandomData data(12);
+    auto const key = [](Root const& z) { return std::pair(z.real(), z.imag()); };
+    for (int n = 2; n <= 30; ++n) {
+        std::vector<Root> const roots = poly(random(data, n, n % 3));
+        EXPECT_TRUE(std::ranges::is_sorted(roots, {}, key));
+        for (Root const& z : roots)
+            EXPECT_EQ(std::ranges::count(roots, z), std::ranges::count(roots, std::conj(z)));
+    }
+}
+
+TEST(Poly, DropsLeadingZerosAndKeepsTrailingOnesAsExactRoots)
+{
+    EXPECT_EQ(poly(Vector::of({0, 0, 2, -6, 0, -0.0})), (std::vector<Root>{0.0, 0.0, 3.0}));
+    EXPECT_EQ(poly(Vector::of({5, 0, 0, 0})), (std::vector<Root>{0.0, 0.0, 0.0}));
+    EXPECT_TRUE(poly(Vector::of({0, 7})).empty());
+    EXPECT_EQ(poly(Vector::of({1, 0, 0, -8, 0})).at(2), Root(0.0));
+}
+
+TEST(Poly, QuadraticsAreExactToTheLastDigits)
+{
+    struct Quadratic {
+        double a, b, c;
+        Root first, second;
+    };
+    constexpr double large = 1e200;
+    Quadratic const cases[] = {
+        {1, -3, 2, 1.0, 2.0},
+        {1, 2, 1, -1.0, -1.0},
+        {1, 0, 4, {0, -2}, {0, 2}},
+        {2, 2, 5, {-0.5, -1.5}, {-0.5, 1.5}},
+        {1, -1e8, 1, 1.0000000000000001e-8, 99999999.99999999},
+        {1, 1e200, 1, -large, -1 / large},
+        {1e-300, -3e-300, 2e-300, 1.0, 2.0},
+        {1e300, -3e300, 2e300, 1.0, 2.0},
+        {1e-200, -3.0, 2e200, large, 2 * large},
+        // b² and 4ac agree in sixteen digits: the discriminant is 4.
+        {94906265.625, -2 * 94906267.0, 94906268.375, 1.0, 1.000000028975958},
+    };
+    for (Quadratic const& q : cases) {
+        std::vector<Root> const roots = poly(Vector::of({q.a, q.b, q.c}));
+        ASSERT_EQ(roots.size(), 2U);
+        constexpr double tolerance = 4 * std::numeric_limits<double>::epsilon();
+        EXPECT_LE(std::abs(roots[0] - q.first), tolerance * std::abs(q.first)) << roots[0];
+        EXPECT_LE(std::abs(roots[1] - q.second), tolerance * std::abs(q.second)) << roots[1];
+    }
+}
+
+TEST(Poly, RefusesWhatHasNoRootsToTell)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr char const* zero = "Polynomial without non-zero coefficient";
+    constexpr char const* notFinite = "Polynomial coefficients should be finite";
+    constexpr char const* outOfRange = "Polynomial roots out of range";
+    EXPECT_MATH_ERROR(poly(Vector()), zero);
+    EXPECT_MATH_ERROR(poly(Vector(4)), zero);
+    EXPECT_MATH_ERROR(poly(Vector::of({1, infinity, 1})), notFinite);
+    EXPECT_MATH_ERROR(poly(Vector::of({0, std::nan(""), 1, 2})), notFinite);
+    EXPECT_MATH_ERROR(poly(Vector::of({1e-200, 1e200})), outOfRange);
+    EXPECT_MATH_ERROR(poly(Vector::of({1e-200, 1e200, 1})), outOfRange);
+    EXPECT_MATH_ERROR(poly(Vector::of({1e-200, 1e200, 1, 1, 1})), outOfRange);
+}
+
+}  // namespace
