@@ -1,3 +1,4 @@
+# What is installed, in four components: runtime, development, documentation, demonstration.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -5,9 +6,12 @@ set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/measuremath)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/MeasureMath)
 
 install(TARGETS measuremath EXPORT MeasureMathTargets
-    FILE_SET HEADERS DESTINATION ${header_dir}
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
+    FILE_SET HEADERS DESTINATION ${header_dir} COMPONENT development
     INCLUDES DESTINATION ${header_dir})
-install(EXPORT MeasureMathTargets NAMESPACE MeasureMath:: DESTINATION ${package_dir})
+install(EXPORT MeasureMathTargets NAMESPACE MeasureMath:: DESTINATION ${package_dir}
+    COMPONENT development)
 
 configure_package_config_file(
     cmake/MeasureMathConfig.cmake.in ${PROJECT_BINARY_DIR}/MeasureMathConfig.cmake
@@ -19,13 +23,41 @@ install(FILES
     ${PROJECT_BINARY_DIR}/MeasureMathConfig.cmake
     ${PROJECT_BINARY_DIR}/MeasureMathConfigVersion.cmake
     cmake/FindCminpack.cmake
-    DESTINATION ${package_dir})
+    DESTINATION ${package_dir} COMPONENT development)
 
 configure_file(cmake/measuremath.pc.in ${PROJECT_BINARY_DIR}/measuremath.pc.configured @ONLY)
 # The prefix is known only at install time (cmake --install --prefix).
 install(CODE "
     file(READ \"${PROJECT_BINARY_DIR}/measuremath.pc.configured\" pc)
     string(REPLACE \"<prefix>\" \"\${CMAKE_INSTALL_PREFIX}\" pc \"\${pc}\")
-    file(WRITE \"${PROJECT_BINARY_DIR}/measuremath.pc\" \"\${pc}\")")
-install(FILES ${PROJECT_BINARY_DIR}/measuremath.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+    file(WRITE \"${PROJECT_BINARY_DIR}/measuremath.pc\" \"\${pc}\")"
+    COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/measuremath.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+install(FILES debugger/measuremath-gdb.py debugger/measuremath.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/debugger COMPONENT development)
+if(BUILD_SHARED_LIBS)
+    # gdb looks for <its data directory>/auto-load/<path of the library>-gdb.py; again, the prefix is
+    # known only at install time.
+    install(FILES debugger/measuremath-gdb.py
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}
+        RENAME $<TARGET_FILE_NAME:measuremath>-gdb.py COMPONENT development)
+endif()
+
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    COMPONENT documentation OPTIONAL)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+
+if(MEASUREMATH_BUILD_EXAMPLES)
+    install(TARGETS measuremath-demo RUNTIME COMPONENT demonstration)
+    install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/data
+        COMPONENT demonstration FILES_MATCHING PATTERN *.csv PATTERN README.md)
+endif()
+
+if(MEASUREMATH_PACKAGES)
+    include(Packages)
+else()
+    install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+endif()
