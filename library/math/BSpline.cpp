@@ -4,6 +4,7 @@
 #include "math/internal/SplineSpan.h"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cmath>
 #include <numeric>
@@ -217,10 +218,11 @@ void BSpline::initVectorSpanMatrix()
 
 void BSpline::computeVectorSpanMatrix()
 {
-    if (!hasValidStructure()) {
+    if (_order < 1 || _nbSpans < 1 || !hasValidBreakPoints() || !hasValidKnots()) {
         _spanMatrices.clear();
         return;
     }
+    computeFirstIndices();
     for (int j = 0; j < _nbSpans; ++j) {
         if (_open)
             computeSpanMatrix(j);
@@ -229,32 +231,42 @@ void BSpline::computeVectorSpanMatrix()
     }
 }
 
-bool BSpline::hasValidStructure() const
+bool BSpline::hasValidBreakPoints() const
+{
+    if (_breakPoints.getSize() != _nbSpans + 1 || !isIncreasing(_breakPoints)) return false;
+    double const* const b = _breakPoints.cbegin();
+    return std::isfinite(b[_nbSpans] - b[0]) && _maxS <= b[_nbSpans];
+}
+
+bool BSpline::hasValidKnots() const
 {
     auto const& m = _knotMultiplicities;
-    bool const hasSpans = _order >= 1 && _nbSpans >= 1 && _breakPoints.getSize() == _nbSpans + 1 &&
-                          m.size() == _breakPoints.size();
-    if (!hasSpans || !isIncreasing(_breakPoints)) return false;
+    bool const isCounted = m.size() == _breakPoints.size() && _knots.getSize() == _nbKnots &&
+                           std::all_of(m.begin(), m.end(), [](int i) { return i >= 0; }) &&
+                           std::accumulate(m.begin(), m.end(), 0LL) == _nbKnots;
+    if (!isCounted) return false;
+    if (!_open) return _nbBSplines >= 1 && _nbBSplines == _nbKnots - m.front();
+    return m.front() == _order && m.back() == _order && _nbBSplines == _nbKnots - _order;
+}
 
-    double const last = *(_breakPoints.cend() - 1);
-    bool const isFinite = std::isfinite(last - _breakPoints.cbegin()[0]) && _maxS <= last;
-    bool const hasKnots = std::all_of(m.begin(), m.end(), [](int i) { return i >= 0; }) &&
-                          _knots.getSize() == _nbKnots;
-    return isFinite && hasKnots && _nbBSplines >= (_open ? _order : 1) &&
-           _nbBSplines <= _nbKnots - (_open ? _order : m.front());
+void BSpline::computeFirstIndices()
+{
+    _firstIndices = _knotMultiplicities;
+    std::partial_sum(_firstIndices.begin(), _firstIndices.end(), _firstIndices.begin());
+    for (int& first : _firstIndices) first -= _order;
 }
 
 void BSpline::computeSpanMatrix(int span)
 {
-    fillSpanMatrix(_knots.cbegin() + firstIndexUnwrapped(span), _breakPoints.cbegin()[span],
-                   _spanMatrices[static_cast<std::size_t>(span)]);
+    fillSpanMatrix(_knots.cbegin() + _firstIndices[static_cast<std::size_t>(span)],
+                   _breakPoints.cbegin()[span], _spanMatrices[static_cast<std::size_t>(span)]);
 }
 
 void BSpline::computeSpanMatrixC(int span)
 {
     double const* const b = _breakPoints.cbegin();
     double const period = b[_nbSpans] - b[0];
-    int const first = firstIndexUnwrapped(span);
+    int const first = _firstIndices[static_cast<std::size_t>(span)];
     Vector cyclicKnots(2 * _order, Vector::NO_INIT);
     double* const t = cyclicKnots.begin();
     for (int c = 0; c < 2 * _order; ++c) {
@@ -265,17 +277,10 @@ void BSpline::computeSpanMatrixC(int span)
     fillSpanMatrix(t, b[span], _spanMatrices[static_cast<std::size_t>(span)]);
 }
 
-int BSpline::firstIndexUnwrapped(int span) const
-{
-    // The multiplicities of the break points 0..span add up to the knots that lie at or before it.
-    double const* const t = _knots.cbegin();
-    double const* const beyond = std::upper_bound(t, _knots.cend(), _breakPoints.cbegin()[span]);
-    return static_cast<int>(beyond - t) - _order;
-}
-
 int BSpline::firstSplineIndex(int span) const
 {
-    int const first = firstIndexUnwrapped(span);
+    assert(span >= 0 && span < static_cast<int>(_firstIndices.size()));
+    int const first = _firstIndices[static_cast<std::size_t>(span)];
     return _open ? first : floorModulo(first, _nbBSplines);
 }
 

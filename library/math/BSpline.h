@@ -284,14 +284,17 @@ private:
     void requireCurve() const;
     void requireSampling(double step) const;
     void requireFittable(std::vector<MatchedPointInfo> const& points) const;
-    bool hasValidStructure() const;
-    int firstIndexUnwrapped(int span) const;
+    bool hasValidBreakPoints() const;
+    bool hasValidKnots() const;
+    void computeFirstIndices();
     measuremath::SplineSpan spanOf(int span) const;
     std::vector<measuremath::SplineSpan> spans() const;
     template <int derivative>
     Pix::Point<double> evaluate(double s) const;
     Pix::Point<double> unitTangent(double s) const;
     void setControlCoordinates(Vector const& x, Vector const& y);
+
+    std::vector<int> _firstIndices;  // of each span, before the modulo of closed curves
 };
 
 /// Uniform B-spline curve: its break points are 0, 1, 2, ..., all simple knots but for the clamped

@@ -1,11 +1,11 @@
 #include "math/BSpline.h"
 
 #include "math/MathError.h"
+#include "math/internal/Elementwise.h"
 #include "math/internal/SplineSpan.h"
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <numeric>
 #include <ostream>
 
@@ -89,7 +89,8 @@ Vector BSpline::computeCurvePoint(double s) const
 PlanePoint BSpline::unitTangent(double s) const
 {
     PlanePoint const tangent = evaluate<1>(s);
-    double const length = std::hypot(tangent.x, tangent.y);
+    double const components[] = {tangent.x, tangent.y};
+    double const length = measuremath::norm(components, 2);
     return {tangent.x / length, tangent.y / length};
 }
 
