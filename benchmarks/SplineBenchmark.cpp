@@ -27,9 +27,9 @@ std::vector<Vector> controlPoints()
 {
     std::mt19937 generator(1);
     std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    std::vector<Vector> points;
-    for (int i = 0; i < nbControlPoints; ++i)
-        points.push_back(Vector::of({i + uniform(generator), uniform(generator)}));
+    std::vector<Vector> points(nbControlPoints);
+    for (std::size_t i = 0; i < points.size(); ++i)
+        points[i] = Vector::of({static_cast<double>(i) + uniform(generator), uniform(generator)});
     return points;
 }
 

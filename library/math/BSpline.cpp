@@ -63,7 +63,7 @@ double inverseGap(double from, double to)
 // In place: column c needs c + 1 of the order before, and power r needs r - 1.
 void raiseOrder(int p, double const* t, double origin, Matrix& spanMatrix)
 {
-    int const k = spanMatrix.getCol();
+    std::ptrdiff_t const k = spanMatrix.getCol();
     double* const m = spanMatrix.begin();
     for (int c = 0; c < k; ++c) {
         bool const hasNext = c + 1 < k;  // N_{k,p-1} is zero on this span

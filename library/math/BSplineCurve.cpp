@@ -116,7 +116,11 @@ void BSpline::splineToCurve(Pix::ListPoint<double>& list, double step) const
 {
     requireSampling(step);
     list.clear();
-    for (double s = 0.0; s < _maxS; s += step) list.push_back(evaluate<0>(s));
+    double s = 0.0;
+    while (s < _maxS) {
+        list.push_back(evaluate<0>(s));
+        s += step;
+    }
     if (_open) list.push_back(evaluate<0>(_maxS));
 }
 
@@ -139,9 +143,11 @@ void BSpline::fastSplineToCurve(Pix::ListPoint<double>& list, double step) const
         auto const append = [&](double s) {
             list.push_back(horner<0>(order, s - span.start, [a](int r) { return a[r]; }));
         };
-        for (double s = 0.0; s < _maxS; s += step) {
+        double s = 0.0;
+        while (s < _maxS) {
             if (s >= span.end) enter(++j);  // kept: at most one span a sample, whatever the step
             append(s);
+            s += step;
         }
         if (_open) append(_maxS);
     });
@@ -152,7 +158,8 @@ void BSpline::display(std::ostream& os) const
     constexpr double step = 0.05;
 
     requireSpanMatrices();
-    for (double s = 0.0; s < _maxS + eps; s += step) {
+    double s = 0.0;
+    while (s < _maxS + eps) {
         SplineSpan const span = spanOf(spanNumber(s));
         std::vector<double> values(static_cast<std::size_t>(_order));
         span.basis<0>(s - span.start, values.data());
@@ -165,5 +172,6 @@ void BSpline::display(std::ostream& os) const
             displayValues(os, cyclicRow(_nbBSplines, span.first, values));
         }
         os << std::accumulate(values.begin(), values.end(), 0.0) << " \n";
+        s += step;
     }
 }

@@ -46,9 +46,10 @@ public:
         constexpr double maxPerSpan = 10000.0;  // whatever the step
         for (int j = 0; j < curve.nbSpans(); ++j) {
             double const length = curve.length(j);
-            double const count = std::clamp(std::ceil(length / step), 1.0, maxPerSpan);
-            for (double i = 0.0; i <= count; ++i) {
-                _places.push_back({j, length * (i / count)});
+            int const count =
+                static_cast<int>(std::clamp(std::ceil(length / step), 1.0, maxPerSpan));
+            for (int i = 0; i <= count; ++i) {
+                _places.push_back({j, length * (static_cast<double>(i) / count)});
                 _points.push_back(curve.at<0>(_places.back()));
             }
         }

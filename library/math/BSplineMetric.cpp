@@ -76,6 +76,7 @@ void BSpline::setDiscreteStep(double discreteStep)
 std::vector<SplineSpan> BSpline::spans() const
 {
     std::vector<SplineSpan> all;
+    all.reserve(static_cast<std::size_t>(_nbSpans));
     for (int j = 0; j < _nbSpans; ++j) all.push_back(spanOf(j));
     return all;
 }

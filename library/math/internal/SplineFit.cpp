@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace measuremath {
 
@@ -140,11 +141,11 @@ private:
     Vector _right;
 };
 
-SplineFit::SplineFit(std::vector<SplineSpan> const& spans, bool open, FitPenalties const& penalties,
+SplineFit::SplineFit(std::vector<SplineSpan> spans, bool open, FitPenalties penalties,
                      std::vector<MatchedPointInfo> const& points)
-    : _spans(spans),
+    : _spans(std::move(spans)),
       _open(open),
-      _penalties(penalties),
+      _penalties(std::move(penalties)),
       _points(points),
       _isHeld(points.size(), false),
       _state(shrunkTo(points.front().point))

@@ -22,7 +22,7 @@ class SplineFit {
 public:
     /// Fits at the parameters of the points as they are. The points must outlive this object.
     /// @throws MathError "Points do not determine the BSpline"
-    SplineFit(std::vector<SplineSpan> const& spans, bool open, FitPenalties const& penalties,
+    SplineFit(std::vector<SplineSpan> spans, bool open, FitPenalties penalties,
               std::vector<MatchedPointInfo> const& points);
 
     /// One damped step from the current feet on. False when the objective has settled.

@@ -3,6 +3,7 @@
 #include "pix/Point.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <type_traits>
 
 /// The pieces of spline curves as polynomials in the local parameter u, which evaluation, sampling
@@ -68,7 +69,7 @@ struct SplineSpan {
     template <class Order>
     PlanePoint coefficient(Order k, double const* x, double const* y, int r) const
     {
-        double const* const row = matrix + r * k;
+        double const* const row = matrix + static_cast<std::ptrdiff_t>(r) * k;
         PlanePoint a;
         if (first + k <= nbControlPoints) {
             for (int c = 0; c < k; ++c) {
@@ -90,7 +91,7 @@ struct SplineSpan {
     {
         std::fill_n(values, order, 0.0);
         for (int r = order - 1; r >= derivative; --r) {
-            double const* const row = matrix + r * order;
+            double const* const row = matrix + static_cast<std::ptrdiff_t>(r) * order;
             double const factor = fallingFactorial(r, derivative);
             for (int c = 0; c < order; ++c) values[c] = values[c] * u + factor * row[c];
         }
