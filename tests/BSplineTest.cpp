@@ -322,7 +322,6 @@ TEST(BSpline, ControlPointsAreCutOrContinuedWithTheOrigin)
 {
     BSpline curve;
     std::vector<Vector> const three(3, Vector::of({1, 2}));
-    EXPECT_MATH_ERROR(curve.setOrChangeControlPoints(three), "Uninitialized  BSpline , use init()");
     curve.init(3, Vector::of({0, 1, 2, 3}), {}, true);
     curve.setOrChangeControlPoints(three);
     EXPECT_TRUE(curve.getXControlPoints() == Vector::of({1, 1, 1, 0, 0}));
@@ -330,6 +329,13 @@ TEST(BSpline, ControlPointsAreCutOrContinuedWithTheOrigin)
     curve.setOrChangeControlPoints(std::vector<Vector>(9, Vector::of({3, 4, 5})));
     EXPECT_MATH_ERROR(curve.setOrChangeControlPoints({Vector(1)}), "Invalid control point size");
     EXPECT_TRUE(curve.getXControlPoints() == Vector::of({3, 3, 3, 3, 3}));
+}
+
+TEST(BSpline, UninitializedMessageKeepsItsBlanks)
+{
+    BSpline curve;
+    EXPECT_MATH_ERROR(curve.setOrChangeControlPoints({}), "Uninitialized  BSpline , use init()");
+    EXPECT_MATH_ERROR(curve.computeCurvePoint(0.0), "Uninitialized  BSpline , use init()");
 }
 
 TEST(BSpline, InitTakesNonsenseAndEvaluationNamesIt)
@@ -382,16 +388,18 @@ TEST(BSpline, FailedInitLeavesTheCurve)
 TEST(BSpline, SettersAloneDoNotReachBeyondTheStructure)
 {
     BSpline curve;
-    EXPECT_MATH_ERROR(curve.computeCurvePoint(0.0), "Uninitialized  BSpline , use init()");
     curve.init(4, Vector::of({0, 1, 2}), {}, true);
     EXPECT_MATH_ERROR(curve.computeCurvePoint(0.5),
                       "Too few control points, use setOrChangeControlPoints()");
     curve = makeCurve(4, Vector::of({0, 1, 2}), {}, false);
     curve.setOpen(true);
     EXPECT_MATH_ERROR(curve.computeCurvePoint(0.5), invalidStructure);
+    curve.setDiscreteStep(0.2);
     curve.setOpen(false);
     curve.setOrder(5);
     EXPECT_MATH_ERROR(curve.computeTangentToCurve(0.5), invalidStructure);
+    curve.setDiscreteStep(0.3);
+    EXPECT_EQ(curve.getMetricMatrix().getCol(), 4);  // still those of the structure
 }
 
 TEST(BSpline, EvaluationAllocatesNoMoreThanItsResult)

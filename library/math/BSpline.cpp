@@ -134,6 +134,7 @@ void BSpline::setKnotMultiplicities(std::vector<int> const& knotMultiplicities)
 
 void BSpline::requireInit() const
 {
+    // kept: callers compare the text, blanks included
     require(_isInit, "Uninitialized  BSpline , use init()");
 }
 

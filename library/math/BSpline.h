@@ -162,7 +162,8 @@ public:
 
     /// Matches each point to the nearest one of the curve: the nearest of samples at most
     /// `getDiscreteStep()` apart, then Newton's method within spans, which never increases the
-    /// distance. Take a step fine enough to tell the branches of the curve apart.
+    /// distance. Take a step fine enough to tell the branches of the curve apart; more than 10^4
+    /// samples a span are never taken.
     /// @param points  x and y in the first two elements of each.
     /// @throws MathError as evaluation does; "Invalid measured point" when a point has fewer than
     ///         two elements or is not finite; "Invalid discrete step" unless it is positive.
@@ -280,6 +281,7 @@ protected:
 
 private:
     void requireInit() const;
+    bool hasSpanMatrices() const;
     void requireSpanMatrices() const;
     void requireCurve() const;
     void requireSampling(double step) const;

@@ -16,9 +16,6 @@ using measuremath::SplineSpan;
 
 namespace {
 
-constexpr char const* invalidStructure =
-    "Invalid BSpline, check order, break points and multiplicities";
-
 Vector vectorOf(PlanePoint point)
 {
     return Vector::of({point.x, point.y});
@@ -45,10 +42,17 @@ std::vector<double> cyclicRow(int count, int first, std::vector<double> const& v
 
 }  // namespace
 
+bool BSpline::hasSpanMatrices() const
+{
+    // The setters may have changed order and kind since they were computed.
+    return !_spanMatrices.empty() && _spanMatrices.front().getRow() == _order &&
+           (!_open || _firstIndices.front() >= 0);
+}
+
 void BSpline::requireSpanMatrices() const
 {
     requireInit();
-    require(!_spanMatrices.empty() && _spanMatrices.front().getRow() == _order, invalidStructure);
+    require(hasSpanMatrices(), "Invalid BSpline, check order, break points and multiplicities");
 }
 
 void BSpline::requireCurve() const
@@ -60,12 +64,9 @@ void BSpline::requireCurve() const
 
 SplineSpan BSpline::spanOf(int span) const
 {
-    int const first = firstSplineIndex(span);
-    // `setOpen` may have made an open curve of a closed one.
-    require(!_open || (first >= 0 && first <= _nbBSplines - _order), invalidStructure);
     double const* const b = _breakPoints.cbegin() + span;
     double const* const matrix = _spanMatrices[static_cast<std::size_t>(span)].begin();
-    return {b[0], b[1], _order, matrix, first, _nbBSplines};
+    return {b[0], b[1], _order, matrix, firstSplineIndex(span), _nbBSplines};
 }
 
 template <int derivative>

@@ -104,20 +104,20 @@ double tukeyWeight(double residual)
     return t < 1.0 ? (1.0 - t * t) * (1.0 - t * t) : 0.0;
 }
 
-// Distances in units of the standard deviations that the prior weights stand for.
-std::vector<double> standardised(std::vector<MatchedPointInfo> const& points,
-                                 std::vector<MatchedPointInfo> const& prior)
+// Distance in units of the standard deviation that the prior weight stands for.
+double standardised(MatchedPointInfo const& info, MatchedPointInfo const& prior)
 {
-    std::vector<double> residuals(points.size());
-    for (std::size_t i = 0; i < points.size(); ++i)
-        residuals[i] = std::sqrt(prior[i].weight) * points[i].distance;
-    return residuals;
+    return std::sqrt(prior.weight) * info.distance;
 }
 
-// Standard deviation of non-negative residuals of which less than half are outliers (Rousseeuw and
-// Leroy 1987). Never 0, so that points keep their weights where most fit exactly.
-double robustScale(std::vector<double> residuals)
+// Standard deviation of distances of which less than half are outliers (Rousseeuw and Leroy 1987).
+// Never 0, so that points keep their weights where most fit exactly.
+double robustScale(std::vector<MatchedPointInfo> const& points,
+                   std::vector<MatchedPointInfo> const& prior)
 {
+    std::vector<double> residuals;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        if (prior[i].weight > 0.0) residuals.push_back(standardised(points[i], prior[i]));
     auto const middle = residuals.begin() + static_cast<std::ptrdiff_t>(residuals.size() / 2);
     std::nth_element(residuals.begin(), middle, residuals.end());
     return std::max(1.4826 * *middle, std::numeric_limits<double>::min());
@@ -157,8 +157,9 @@ std::vector<MatchedPointInfo> BSpline::initMatchedPointsByChordLength(
     require(length > 0.0 && std::isfinite(length), "Measured points coincide");
 
     double const first = _breakPoints.cbegin()[0];
-    double const period = _breakPoints.cbegin()[_nbSpans] - first;
-    for (MatchedPointInfo& info : matched) info.s = first + period * (info.s / length);
+    double const last = _breakPoints.cbegin()[_nbSpans];
+    for (MatchedPointInfo& info : matched) info.s = first + (last - first) * (info.s / length);
+    if (_open) matched.back().s = last;  // to the last bit: the fit holds it there
     return matched;
 }
 
@@ -214,12 +215,14 @@ double BSpline::robustRefinement(std::vector<MatchedPointInfo>& matchedPoints, i
     for (auto const& stage : stages) {
         double scale = 0.0;
         for (int round = 0; round < maxRounds; ++round) {
-            std::vector<double> const residuals = standardised(points, matchedPoints);
-            double const next = robustScale(residuals);
+            double const next = robustScale(points, matchedPoints);
             if (std::abs(next - scale) <= settled * next) break;
             scale = next;
-            for (std::size_t i = 0; i < points.size(); ++i)
-                points[i].weight = matchedPoints[i].weight * stage.weightOf(residuals[i] / scale);
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                MatchedPointInfo const& prior = matchedPoints[i];
+                double const residual = standardised(points[i], prior) / scale;
+                points[i].weight = prior.weight * stage.weightOf(residual);
+            }
             rms = curve.refinement(points, stage.nbIterMax);
         }
     }

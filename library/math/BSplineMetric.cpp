@@ -1,11 +1,13 @@
 #include "math/BSpline.h"
 
 #include "math/LinearAlgebra.h"
+#include "math/MathError.h"
 #include "math/internal/SplineSpan.h"
 
 #include <algorithm>
 #include <cmath>
 
+using measuremath::require;
 using measuremath::SplineSpan;
 
 namespace {
@@ -24,7 +26,7 @@ GaussRule gaussLegendre(int n)
         recurrence[i][i - 1] = recurrence[i - 1][i] = i / std::sqrt(4.0 * i * i - 1.0);
     GaussRule rule{Vector(n), Vector(n)};
     Matrix vectors(n, n);
-    eigenValuesVectors(recurrence, rule.nodes, vectors);
+    require(eigenValuesVectors(recurrence, rule.nodes, vectors), "Gauss quadrature failed");
     for (int i = 0; i < n; ++i) {
         rule.nodes[i] = 0.5 + 0.5 * rule.nodes[i];
         rule.weights[i] = vectors[0][i] * vectors[0][i];
@@ -54,13 +56,12 @@ void addSpanIntegrals(SplineSpan const& span, GaussRule const& rule, Matrix& ban
 
 void BSpline::computeMetricMatrixAndBis()
 {
-    int const n = std::max(_nbBSplines, 0);
-    int const k = std::max(_order, 0);
-    _metricMatrix = Matrix(n, k);
-    _metricMatrixBis = Matrix(n, k);
+    if (!_spanMatrices.empty() && !hasSpanMatrices()) return;  // they stay those of the last init
+    _metricMatrix = Matrix(std::max(_nbBSplines, 0), std::max(_order, 0));
+    _metricMatrixBis = Matrix(_metricMatrix.getRow(), _metricMatrix.getCol());
     if (_spanMatrices.empty()) return;
 
-    GaussRule const rule = gaussLegendre(k);
+    GaussRule const rule = gaussLegendre(_order);
     for (SplineSpan const& span : spans()) {
         addSpanIntegrals<0>(span, rule, _metricMatrix);
         addSpanIntegrals<2>(span, rule, _metricMatrixBis);
