@@ -115,13 +115,16 @@ TEST(BSplineFit, MatchesAreNearestAndPerpendicular)
 
 TEST(BSplineFit, ChordLengthMatchesInProportion)
 {
-    double const expected[2][4] = {{-1, -1 + 12.0 / 14, 1, -1 + 40.0 / 14}, {-1, 0.2, 1.8, 3}};
+    // -3 + (0.1 - -3) is not 0.1 in double, but the last point must meet the end of an open curve.
+    double const shares[2][4] = {{0, 3.0 / 14, 0.5, 10.0 / 14}, {0, 0.3, 0.7, 1}};
     for (int open = 0; open < 2; ++open) {
         BSpline curve;
-        curve.init(3, Vector::of({-1, 0, 3}), {}, open == 1);
+        curve.init(3, Vector::of({-3, 0, 0.1}), {}, open == 1);
         auto const matched = curve.initMatchedPointsByChordLength(
             {Vector::of({0, 0}), Vector::of({3, 0}), Vector::of({3, 4}), Vector::of({0, 4})});
-        for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(matched[i].s, expected[open][i], 1e-15);
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_NEAR(matched[i].s, -3.0 + 3.1 * shares[open][i], 1e-15);
+        EXPECT_EQ(matched[3].s == 0.1, open == 1);
     }
 }
 
@@ -263,6 +266,11 @@ TEST(BSplineFit, MisuseIsNamedAndChangesNothing)
         {0.1, [](Points& p) { p.resize(1); }, "Too few points to fit the BSpline"},
         {0.0, [](Points& p) { p.resize(9); }, "Too few points to fit the BSpline"},
         {0.0, [](Points& p) { p.resize(20); }, "Points do not determine the BSpline"},
+        {0.0,
+         [](Points& p) {
+             for (auto& info : p) info.s = std::floor(0.9 * info.s) + 0.3;
+         },
+         "Points do not determine the BSpline"},
     };
     for (Case const& c : table) {
         Points matched = good;
