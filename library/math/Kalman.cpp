@@ -63,19 +63,19 @@ void addSymmetric(Matrix const& a, Matrix const& b, Matrix& sum)
 
 // Inverts a positive definite matrix in place, one pivot after the other (the sweeps of Beaton
 // 1964); false, with the matrix spoilt, when a pivot shows that it is not positive definite.
-bool sweep(double* a, int n)
+bool sweep(double* a, std::ptrdiff_t n)
 {
-    for (int k = 0; k < n; ++k) {
+    for (std::ptrdiff_t k = 0; k < n; ++k) {
         double* const pivotRow = a + k * n;
         double const pivot = pivotRow[k];
         if (!(pivot > 0.0 && pivot <= DBL_MAX)) return false;
         pivotRow[k] = 1.0;
-        for (int j = 0; j < n; ++j) pivotRow[j] /= pivot;
-        for (int i = 0; i < n; ++i) {
+        for (std::ptrdiff_t j = 0; j < n; ++j) pivotRow[j] /= pivot;
+        for (std::ptrdiff_t i = 0; i < n; ++i) {
             if (i == k) continue;
             double* const row = a + i * n;
             double const factor = std::exchange(row[k], 0.0);
-            for (int j = 0; j < n; ++j) row[j] -= factor * pivotRow[j];
+            for (std::ptrdiff_t j = 0; j < n; ++j) row[j] -= factor * pivotRow[j];
         }
     }
     return true;
