@@ -70,7 +70,7 @@ void raiseOrder(int p, double const* t, double origin, Matrix& spanMatrix)
         double const rise = inverseGap(t[c], t[c + p - 1]);
         double const fall = hasNext ? inverseGap(t[c + 1], t[c + p]) : 0.0;
         for (int r = p - 1; r >= 0; --r) {
-            double* const own = m + r * k + c;
+            double* const own = m + (r * k + c);
             double const ownLower = r > 0 ? own[-k] : 0.0;
             double const next = hasNext ? own[1] : 0.0;
             double const nextLower = hasNext && r > 0 ? own[1 - k] : 0.0;

@@ -22,8 +22,10 @@ public:
         // With no more than _low squares below it, the median cannot be below `best`.
         if (countBelow(squares, best) <= _low) return infinity;
 
-        std::transform(squares, squares + _n, _buffer.begin(),
-                       [](double x) { return std::isnan(x) ? infinity : x; });
+        std::transform(squares, squares + _n, _buffer.begin(), [](double x) {
+            if (std::isnan(x)) return infinity;
+            return x;
+        });
         auto const high = _buffer.begin() + _high;
         std::nth_element(_buffer.begin(), high, _buffer.end());
         double const lowValue =

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 using measuremath::require;
@@ -122,7 +123,7 @@ void MatrixTH::setMatrixRot(MatrixR const& R)
 {
     double* const m = elementsOf(*this);
     double const* const r = R.begin();
-    for (int i = 0; i < 3; ++i) std::copy_n(r + 3 * i, 3, m + 4 * i);
+    for (std::ptrdiff_t i = 0; i < 3; ++i) std::copy_n(r + 3 * i, 3, m + 4 * i);
 }
 
 MatrixR MatrixTH::getMatrixRot() const
@@ -130,7 +131,7 @@ MatrixR MatrixTH::getMatrixRot() const
     double const* const m = elementsOf(*this);
     MatrixR R;
     double* const r = R.begin();
-    for (int i = 0; i < 3; ++i) std::copy_n(m + 4 * i, 3, r + 3 * i);
+    for (std::ptrdiff_t i = 0; i < 3; ++i) std::copy_n(m + 4 * i, 3, r + 3 * i);
     return R;
 }
 
@@ -186,7 +187,7 @@ Matrix MatrixTH::inverse() const
 {
     MatrixTH result = *this;
     result.invert();
-    return result;
+    return static_cast<Matrix const&>(result);
 }
 
 Vector MatrixTH::mapPoint(Vector const& p) const

@@ -39,7 +39,7 @@ public:
     virtual void compute() = 0;
 
     /// Sets the start point, which must have n elements: that is not checked. Shares its storage.
-    void setParams(Vector params) { _params = params; }
+    void setParams(Vector const& params) { _params = params; }
 
     /// Start point, then solution.
     Vector const& getParams() const { return _params; }

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 
-using measuremath::fail;
 using measuremath::require;
 
 namespace {

@@ -132,6 +132,7 @@ Vec3 gridDirection(int i)
 std::vector<Candidate> gridMinima(std::vector<Vec3> const& points)
 {
     std::vector<Candidate> all;
+    all.reserve(nbDirections);
     for (int i = 0; i < nbDirections; ++i) all.push_back(alongDirection(points, gridDirection(i)));
     std::sort(all.begin(), all.end(),
               [](Candidate const& a, Candidate const& b) { return a.error < b.error; });
