@@ -195,11 +195,11 @@ MEASUREMATH_API bool posDefInverse(Matrix const& A, Matrix& invA);
 
 /// @}
 
-// Implementation: counts of the other integer types. Values that `unsigned int` does not hold
-// become its largest, which no vector reaches.
+// Implementation: counts of the other integer types.
 
 namespace measuremath {
 
+/// `n`, or where `unsigned int` does not hold it the largest one, which no vector reaches.
 template <class N>
 constexpr unsigned int saturatedCount(N n)
 {

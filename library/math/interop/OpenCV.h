@@ -39,10 +39,13 @@ inline cv::Mat_<double> asOpenCV(Matrix& m)
 /// OpenCV has no array of constant elements: nothing stops a copy of the result from writing to
 /// `v` or `m`, and to all that shares its buffer. Hand it to inputs only.
 /// @{
+
+/// The elements of `v` as an n × 1 array of double.
 inline cv::Mat_<double> const asOpenCV(Vector const& v)
 {
     return {v.getSize(), 1, const_cast<double*>(v.begin())};
 }
+/// The elements of `m` as a rows × columns array of double.
 inline cv::Mat_<double> const asOpenCV(Matrix const& m)
 {
     return {m.getRow(), m.getCol(), const_cast<double*>(m.begin())};
