@@ -136,6 +136,13 @@ void vertices(benchmark::State& state, std::vector<Vector> (*find)(Planes const&
     for (auto _ : state) benchmark::DoNotOptimize(find(all[i++ % bodyCount]));
 }
 
+std::vector<double> walk(double from, double to, double step)
+{
+    std::vector<double> points = {from};
+    while (points.back() + step <= to) points.push_back(points.back() + step);
+    return points;
+}
+
 bool hasCornerOutside(ConvexPolyedron const& body, double x, double y, double z, double h)
 {
     for (double const cx : {x - h, x + h})
@@ -148,17 +155,18 @@ bool hasCornerOutside(ConvexPolyedron const& body, double x, double y, double z,
 // Every point of the grid tested and, with `maxErr`, every corner of its cell until one is outside.
 double volumeOfPoints(ConvexPolyedron const& body, double step, double* maxErr)
 {
-    Vector lowest(3), highest(3);
-    body.computeBoundingBox(lowest, highest);
-    Vector const &min = lowest, &max = highest;
+    Vector min(3), max(3);
+    body.computeBoundingBox(min, max);
     double inside = 0.0, boundary = 0.0, total = 1.0, box = 1.0;
     for (double const extent : max - min) {
         total *= std::trunc(extent * (1.0 / step)) + 1.0;
         box *= extent;
     }
-    for (double x = min[0]; x <= max[0]; x += step) {
-        for (double y = min[1]; y <= max[1]; y += step) {
-            for (double z = min[2]; z <= max[2]; z += step) {
+    std::vector<double> const ys = walk(min[1], max[1], step);
+    std::vector<double> const zs = walk(min[2], max[2], step);
+    for (double const x : walk(min[0], max[0], step)) {
+        for (double const y : ys) {
+            for (double const z : zs) {
                 if (!body.contain(x, y, z)) continue;
                 ++inside;
                 if (maxErr && hasCornerOutside(body, x, y, z, step * 0.5)) ++boundary;

@@ -86,10 +86,10 @@ void draw(ConvexPolyedron const& body, std::vector<Points> const& measured, std:
     SvgPlot plot(file, "The inside of a bookcase, bounded by six measured planes", "x [m]",
                  "y [m]");
     plot.inSpace("z [m]");
-    plot.set("view 68,250,1.9");
+    plot.set("view 68,250,1.45");
     plot.set("view equal xyz");
     plot.set("xyplane relative 0");
-    plot.set("key outside right center vertical");
+    plot.set("key outside right top vertical");
     for (char const* const tics : {"xtics 0.2", "ytics 0.4", "ztics 0.2"}) plot.set(tics);
     SvgPlot::Rows edges;
     for (std::size_t i = 0; i < measured.size(); ++i) {
@@ -106,12 +106,8 @@ void draw(ConvexPolyedron const& body, std::vector<Points> const& measured, std:
     plot.write();
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+bool run(std::string const& data)
 {
-    initRandGene(7);
-    std::string const data = argc > 1 ? argv[1] : "data";
     Points const points = readPoints(data + "/bookcase_scan.csv", 3);
     ConvexPolyedron body;
     std::vector<Points> measured;
@@ -124,5 +120,18 @@ int main(int argc, char** argv)
     draw(body, measured, "bookcase.svg");
     std::cout << body.getNbTops() << " corners, " << volume
               << " cubic metres, error of the grid below " << maxErr << " %\n";
-    return body.getNbTops() == 8 && volume > 0.31 && volume < 0.33 ? 0 : 1;
+    return body.getNbTops() == 8 && volume > 0.31 && volume < 0.33;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    initRandGene(7);
+    try {
+        return run(argc > 1 ? argv[1] : "data") ? 0 : 1;
+    } catch (std::exception const& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
 }

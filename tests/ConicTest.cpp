@@ -61,8 +61,8 @@ TEST(Conic, CoefficientsHoldForThePointsOfTheEllipse)
     forManyEllipses([](Ellipse const& e) {
         Vector const c = e.cart(), q = quadOf(c);
         double const size = 1.0 + std::abs(q[0]) + std::abs(q[1]);  // of the quadratic part
-        for (double t = 0.0; t < 6.0; t += 0.5) {
-            double const u = c[3] * std::cos(t), v = c[4] * std::sin(t);
+        for (int i = 0; i < 12; ++i) {
+            double const u = c[3] * std::cos(i), v = c[4] * std::sin(i);
             double const x = c[0] + u * std::cos(c[2]) - v * std::sin(c[2]);
             double const y = c[1] + u * std::sin(c[2]) + v * std::cos(c[2]);
             double const reach = std::abs(x) + std::abs(y) + 2.0;
@@ -124,8 +124,8 @@ TEST(Conic, DecompositionMapsTheUnitCircleOntoTheEllipse)
         EXPECT_NEAR(S[0][0], 2.0, 2.0 * e.precision());
         EXPECT_NEAR(S[1][1] * e.ratio, 2.0, 2.0 * e.precision());
         EXPECT_NEAR(std::tan(std::atan2(R[1][0], R[0][0]) - e.angle), 0.0, e.anglePrecision());
-        for (double t = 0.0; t < 6.0; t += 0.5) {
-            Vector const p = T * R * S * Vector::of({std::cos(t), std::sin(t), 1.0});
+        for (int i = 0; i < 12; ++i) {
+            Vector const p = T * R * S * Vector::of({std::cos(i), std::sin(i), 1.0});
             // Relative to the value at the centre.
             double const scale = std::abs(valueAt(q, T[0][2], T[1][2]));
             EXPECT_NEAR(valueAt(q, p[0], p[1]) / scale, 0.0, 32 * e.precision());

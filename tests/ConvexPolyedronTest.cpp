@@ -61,30 +61,38 @@ Planes topsOfEveryTriple(ConvexPolyedron const& body)
     return tops;
 }
 
+std::vector<double> walk(double from, double to, double step)
+{
+    std::vector<double> points = {from};
+    while (points.back() + step <= to) points.push_back(points.back() + step);
+    return points;
+}
+
+bool hasCornersInside(ConvexPolyedron const& body, double x, double y, double z, double h)
+{
+    bool inside = true;
+    for (double const a : {-h, h})
+        for (double const b : {-h, h})
+            for (double const c : {-h, h}) inside = inside && body.contain(x + a, y + b, z + c);
+    return inside;
+}
+
 // The described walk word by word, every point and every corner tested: the volume and the error.
 std::pair<double, double> measureEveryPoint(ConvexPolyedron const& body, double step)
 {
     Vector min(3), max(3);
     body.computeBoundingBox(min, max);
-    double const h = step * 0.5;
     double inside = 0.0, boundary = 0.0, total = 1.0;
+    for (double const x : walk(min[0], max[0], step))
+        for (double const y : walk(min[1], max[1], step))
+            for (double const z : walk(min[2], max[2], step))
+                if (body.contain(x, y, z)) {
+                    ++inside;
+                    boundary += hasCornersInside(body, x, y, z, step * 0.5) ? 0.0 : 1.0;
+                }
     for (double const extent : max - min) total *= std::trunc(extent * (1.0 / step)) + 1.0;
-    for (double x = min[0]; x <= max[0]; x += step) {
-        for (double y = min[1]; y <= max[1]; y += step) {
-            for (double z = min[2]; z <= max[2]; z += step) {
-                if (!body.contain(x, y, z)) continue;
-                bool isInterior = true;
-                for (double const a : {-h, h})
-                    for (double const b : {-h, h})
-                        for (double const c : {-h, h})
-                            isInterior = isInterior && body.contain(x + a, y + b, z + c);
-                ++inside;
-                boundary += isInterior ? 0.0 : 1.0;
-            }
-        }
-    }
-    double const volume = (max[0] - min[0]) * (max[1] - min[1]) * (max[2] - min[2]);
-    return {inside / total * volume, 50.0 * boundary / inside};
+    double const box = (max[0] - min[0]) * (max[1] - min[1]) * (max[2] - min[2]);
+    return {inside / total * box, 50.0 * boundary / inside};
 }
 
 Vector awkwardNormal(int kind, RandomData& random, Planes const& before)

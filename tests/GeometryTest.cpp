@@ -72,6 +72,14 @@ TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
     }
 }
 
+TEST(Geometry, PolarFormOfAVerticalLineIsARightAngle)
+{
+    double theta = 0.0, rho = 0.0;
+    computePolarLine(v2, Vector::of({1, 5}), theta, rho);
+    EXPECT_EQ(theta, std::acos(0.0));
+    EXPECT_DOUBLE_EQ(rho, -1.0);
+}
+
 // Integers whose determinants need 62 bits: two plain products in double would lose them.
 TEST(LineUtils, IntersectionIsExactToTheLastDigitsHoweverSmallTheAngle)
 {

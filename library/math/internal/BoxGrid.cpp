@@ -4,14 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <cstddef>
 
 namespace measuremath {
 
 // A half-space and the corner of a cell that lies farthest out of it: by the order of rounded values
 // its value is the largest of the eight.
 struct CornerTest {
-    double plane[4];
+    HalfSpace space;
     Vec3 corner;  // from the grid point
 };
 
@@ -23,13 +23,10 @@ constexpr char const* tooSmall = "ConvexPolyedron::computeVolume : Step too smal
 
 std::vector<double> axisPoints(double min, double max, double step)
 {
-    std::vector<double> points;
-    for (double x = min, previous; x <= max;) {
+    std::vector<double> points = {min};
+    for (double x = min + step; x <= max; x += step) {
+        require(x > points.back(), tooSmall);  // else the walk would never end
         points.push_back(x);
-        previous = x;
-        x += step;
-        require(x > previous,
-                tooSmall);  // else the step is lost beside x, and the walk would not end
     }
     return points;
 }
@@ -37,9 +34,9 @@ std::vector<double> axisPoints(double min, double max, double step)
 std::vector<CornerTest> cornerTests(std::vector<HalfSpace> const& planes, double halfCell)
 {
     std::vector<CornerTest> tests;
-    for (auto const& [plane] : planes) {
-        auto const side = [&](int i) { return std::copysign(halfCell, plane[i]); };
-        tests.push_back({{plane[0], plane[1], plane[2], plane[3]}, {{side(0), side(1), side(2)}}});
+    for (HalfSpace const& h : planes) {
+        auto const side = [&](int i) { return std::copysign(halfCell, h.plane[i]); };
+        tests.push_back({h, {{side(0), side(1), side(2)}}});
     }
     return tests;
 }
@@ -49,12 +46,9 @@ std::vector<CornerTest> cornerTests(std::vector<HalfSpace> const& planes, double
 template <class Iterator, class Predicate>
 Iterator partitionPoint(Iterator first, Iterator last, double expected, Predicate predicate)
 {
-    auto const size = last - first;
-    auto const offset = expected > 0.0 ? (expected < static_cast<double>(size)
-                                              ? static_cast<std::ptrdiff_t>(expected)
-                                              : size - 1)
-                                       : 0;
-    Iterator const guess = first + offset;
+    auto const end = static_cast<double>(last - first - 1);
+    Iterator const guess =
+        first + static_cast<std::ptrdiff_t>(expected > 0.0 ? std::min(expected, end) : 0.0);
     if (predicate(*guess)) {
         first = guess + 1;
         if (first == last || !predicate(*first)) return first;
@@ -75,9 +69,9 @@ std::size_t countRow(std::vector<CornerTest> const& tests, double tolerance,
         auto const value = [&](double x) {
             p[axis] = x;
             Vec3 const q = p + test.corner;
-            return planeValue(test.plane, q[0], q[1], q[2]);
+            return planeValue(test.space.plane, q[0], q[1], q[2]);
         };
-        double const slope = test.plane[axis];
+        double const slope = test.space.plane[axis];
         bool const rising = slope > 0.0;
         if (value(rising ? last[-1] : *first) <= tolerance) continue;
 
