@@ -1,10 +1,12 @@
-// Finds the dominant plane in measured points, the outliers flagged, and draws the picture.
+// Finds the dominant plane in measured points, the outliers flagged, then registers the same points
+// from a second position, and draws both.
 
 #include "math/MathError.h"
 #include "math/PlanEstimator.h"
 #include "math/Random.h"
 #include "math/Ransac.h"
 
+#include "panels/Registration.h"
 #include "support/PointFile.h"
 #include "support/Svg.h"
 
@@ -19,6 +21,7 @@ namespace {
 struct Options {
     std::string points = "data/street_scan.csv";
     std::string picture = "plane.svg";
+    std::string registration = "registration.svg";
     double threshold = 0.05;
     unsigned int seed = 42;
 };
@@ -108,7 +111,12 @@ bool run(Options const& options)
     }
     print(Plane(ransac.getEstimParams()), estimator, ransac);
     draw(points, ransac, options.picture);
-    std::cout << "Picture    " << options.picture << '\n';
+    std::cout << "Picture    " << options.picture << "\n\n";
+
+    registration::Result const registered = registration::run(points);
+    registration::print(registered, std::cout);
+    registration::draw(points, registered, options.registration);
+    std::cout << "Picture       " << options.registration << '\n';
     return true;
 }
 
@@ -120,6 +128,8 @@ int main(int argc, char** argv)
     CLI::App app("Finds the dominant plane in measured points (x, y, z in metres, one a line).");
     app.add_option("points", options.points, "CSV file of points")->capture_default_str();
     app.add_option("picture", options.picture, "SVG file to write")->capture_default_str();
+    app.add_option("registration", options.registration, "SVG file of the registration to write")
+        ->capture_default_str();
     app.add_option("--threshold", options.threshold, "largest distance of an inlier [m]")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the demonstration and fits a plane to a measured street scan.
+# Builds the demonstration, finds the road in a measured street scan and registers a second position.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,6 +7,5 @@ scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release --target measuremath-demo
 
-picture=build/release/plane.svg
-build/release/examples/measuremath-demo data/street_scan.csv "$picture"
-echo "Picture: $picture"
+build/release/examples/measuremath-demo data/street_scan.csv \
+    build/release/plane.svg build/release/registration.svg
