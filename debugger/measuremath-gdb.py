@@ -4,8 +4,9 @@
     $2 = MatrixTH of 4 x 4, shared by 2 = {{1, 0, 0, 5}, ...}
 
 gdb loads this file by itself with the shared library of the Debian package. With a static library
-or another prefix: (gdb) source measuremath-gdb.py. Programs compiled by clang need
--fstandalone-debug, since the arrays are instantiated in the library.
+or another prefix: (gdb) source measuremath-gdb.py. To describe the classes where the library holds
+no debugging information, compile with -g -femit-class-debug-always (g++) or -fstandalone-debug
+(clang++).
 """
 
 import gdb
@@ -28,20 +29,28 @@ def array_base(value_type):
 
 
 class ArrayPrinter:
-    """Size, number of holders of the buffer, and elements of a TVector or TArray."""
+    """Size, number of holders of the buffer, and elements of a TVector or TArray.
+
+    Members are read by their place, not by name: a program compiled against a library without
+    debugging information does not know them. The binary interface keeps them where they are.
+    """
 
     def __init__(self, value, base):
         self._name = gdb.types.get_basic_type(value.type).tag
-        array = value.cast(base)
-        block = array["_allocator"].dereference()
-        element = base.template_argument(0)
-        self._shape = None
-        if base.tag.startswith("TArray<"):
-            self._shape = int(array["_nbRow"]), int(array["_nbCol"])
+        element = gdb.lookup_type(base.tag.partition("<")[2][:-1])
+        integer = gdb.lookup_type("int").pointer()
+        pointer = gdb.lookup_type("char").pointer().pointer()
+
+        members = value.cast(base).address.cast(pointer)  # virtual table, block, then for a TArray:
+        shape = (members + 2).cast(integer)               # rows, columns
+        self._shape = (int(shape[0]), int(shape[1])) if base.tag.startswith("TArray<") else None
+        block = members[1].cast(pointer)                  # virtual table, two numbers, elements
+        numbers = (block + 1).cast(integer)               # holders, bytes
         try:
-            self._holders = int(block["_count"])
-            self._size = int(block["_size"]) // element.sizeof
-            self._first = block["_data"].cast(element.pointer())
+            self._holders = int(numbers[0])
+            self._size = int(numbers[1]) // element.sizeof
+            self._first = block[2].cast(element.pointer())
+            self._first.fetch_lazy()
         except gdb.MemoryError:
             self._holders = self._size = 0
 
@@ -80,7 +89,7 @@ class ArrayPrinters(gdb.printing.PrettyPrinter):
 
     def __call__(self, value):
         base = array_base(value.type)
-        return ArrayPrinter(value, base) if base else None
+        return ArrayPrinter(value, base) if base and value.address else None
 
 
 gdb.printing.register_pretty_printer(gdb.current_objfile(), ArrayPrinters(), replace=True)
