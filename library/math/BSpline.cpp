@@ -143,9 +143,11 @@ void BSpline::setOrChangeControlPoints(std::vector<Vector> const& points)
     requireInit();
     requirePlanar(points);
 
-    _controlPoints = points;
-    _controlPoints.resize(static_cast<std::size_t>(std::max(_nbBSplines, 0)), Vector(2));
-    computeXYControlPoints();
+    changeOrRestore(*this, [&] {
+        _controlPoints = points;
+        _controlPoints.resize(static_cast<std::size_t>(std::max(_nbBSplines, 0)), Vector(2));
+        computeXYControlPoints();
+    });
 }
 
 void BSpline::computeXYControlPoints()

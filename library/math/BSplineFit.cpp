@@ -170,8 +170,8 @@ double BSpline::refinement(std::vector<MatchedPointInfo>& matchedPoints, int nbI
     SplineFit fit(spans(), _open, {_metricMatrix, _metricMatrixBis, _smoothParam}, matchedPoints);
     for (int i = 1; i < nbIterMax; ++i)
         if (!fit.improve()) break;
-    fit.exportMatches(matchedPoints);
     setControlCoordinates(fit.x(), fit.y());
+    fit.exportMatches(matchedPoints);
     return rmsDistance(matchedPoints);
 }
 
@@ -193,9 +193,11 @@ void BSpline::requireFittable(std::vector<MatchedPointInfo> const& points) const
 
 void BSpline::setControlCoordinates(Vector const& x, Vector const& y)
 {
-    _controlPoints.clear();
-    for (int i = 0; i < x.getSize(); ++i) _controlPoints.push_back(Vector::of({x[i], y[i]}));
-    computeXYControlPoints();
+    std::vector<Vector> points;
+    for (int i = 0; i < x.getSize(); ++i) points.push_back(Vector::of({x[i], y[i]}));
+    _controlPoints.swap(points);
+    _xControlPoints = x;
+    _yControlPoints = y;
 }
 
 double BSpline::robustRefinement(std::vector<MatchedPointInfo>& matchedPoints, int nbIterMax)

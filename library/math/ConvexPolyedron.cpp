@@ -129,11 +129,11 @@ void ConvexPolyedron::addPlane(Vector const& plane)
     require(std::all_of(plane.begin(), plane.end(), [](double c) { return std::isfinite(c); }),
             "ConvexPolyedron::addPlane : Not finite.");
 
+    double const* const p = plane.begin();
+    log(INFO_LOG_LEVEL, "addPlane : ", p[0], ".x + ", p[1], ".y + ", p[2], ".z + ", p[3], " = 0 ");
     _listOfPlanes.push_back(plane);
     _listOfVertices.clear();
     _topsByPlane.clear();
-    double const* const p = plane.begin();
-    log(INFO_LOG_LEVEL, "addPlane : ", p[0], ".x + ", p[1], ".y + ", p[2], ".z + ", p[3], " = 0 ");
 }
 
 void ConvexPolyedron::addPlane(Vector const& p1, Vector const& p2, Vector const& p3, double offset)

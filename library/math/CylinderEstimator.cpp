@@ -3,6 +3,7 @@
 #include "math/internal/CylinderFit.h"
 #include "math/internal/Elementwise.h"
 
+#include <memory>
 #include <utility>
 
 using measuremath::CylinderCostFun;
@@ -11,7 +12,9 @@ using measuremath::standardiseCylinder;
 
 CylinderEstimator::CylinderEstimator()
 {
-    init(7, 6, new CylinderCostFun);
+    auto costFun = std::make_unique<CylinderCostFun>();
+    init(7, 6, costFun.get());
+    static_cast<void>(costFun.release());  // held by the base from here on
     _lmSolver->setTolerance(measuremath::fitTolerance);
 }
 

@@ -218,10 +218,12 @@ bool luInverse(Matrix& A)
     double* const a = A.data();
     TVector<int> pivots(n);
     int* const p = pivots.data();
-    if (lapack::checked(lapack::getrf(n, n, a, n, p)) != 0) return failWithZeros(A);
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::getri(n, a, n, p, work, lwork); }));
-    return true;
+    int const info = lapack::withWorkspace([&](double* work, int lwork) {
+        bool const forSize = lwork == -1;  // A changes when all memory is there
+        int const failed = forSize ? 0 : lapack::checked(lapack::getrf(n, n, a, n, p));
+        return failed != 0 ? failed : lapack::getri(n, a, n, p, work, lwork);
+    });
+    return info == 0 || failWithZeros(A);
 }
 
 bool luInverse(Matrix const& A, Matrix& invA)

@@ -4,10 +4,18 @@
 
 #include <climits>
 #include <cmath>
+#include <memory>
 
 using measuremath::require;
 
-LinearSolver::LinearSolver() : _vecSol(new Vector), _cov(new Matrix), _residuals(new Vector) {}
+LinearSolver::LinearSolver()
+{
+    auto vecSol = std::make_unique<Vector>();
+    auto cov = std::make_unique<Matrix>();
+    _residuals = new Vector;
+    _vecSol = vecSol.release();
+    _cov = cov.release();
+}
 
 LinearSolver::~LinearSolver()
 {

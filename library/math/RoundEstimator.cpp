@@ -3,6 +3,7 @@
 #include "math/internal/Elementwise.h"
 #include "math/internal/RoundFit.h"
 
+#include <memory>
 #include <utility>
 
 using measuremath::NormalisedPoints;
@@ -10,7 +11,9 @@ using measuremath::RoundCostFun;
 
 RoundEstimator::RoundEstimator(unsigned int dimension)
 {
-    init(dimension + 1, dimension + 1, new RoundCostFun);
+    auto costFun = std::make_unique<RoundCostFun>();
+    init(dimension + 1, dimension + 1, costFun.get());
+    static_cast<void>(costFun.release());  // held by the base from here on
     _lmSolver->setTolerance(measuremath::fitTolerance);
 }
 

@@ -4,6 +4,8 @@
 #include "math/MathError.h"
 #include "math/internal/Lapack.h"
 
+#include <memory>
+
 namespace lapack = measuremath::lapack;
 using measuremath::require;
 
@@ -87,7 +89,14 @@ void resize(Matrix& M, int rows, int cols)
 
 }  // namespace
 
-SVDSolver::SVDSolver() : _matU(new Matrix), _matV(new Matrix), _vecS(new Vector) {}
+SVDSolver::SVDSolver()
+{
+    auto matU = std::make_unique<Matrix>();
+    auto matV = std::make_unique<Matrix>();
+    _vecS = new Vector;
+    _matU = matU.release();
+    _matV = matV.release();
+}
 
 SVDSolver::~SVDSolver()
 {
