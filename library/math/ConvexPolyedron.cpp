@@ -96,6 +96,7 @@ std::vector<unsigned int> inAngularOrder(std::vector<unsigned int> const& face,
     }
 
     std::vector<unsigned int> result;
+    result.reserve(byAngle.size());
     for (auto const& [angle, i] : byAngle) result.push_back(i);
     return result;
 }
