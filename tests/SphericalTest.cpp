@@ -52,12 +52,12 @@ TEST(Spherical, PolesAndAxesHaveTheirFixedAngles)
     struct {
         Vector v, standard, particular;
     } const cases[] = {
-        {Vector::of({0, 0, 49}), Vector::of({0, 0}), Vector::of({0, 0})},  // 49 · (1/49) is not 1
+        // z / |v| is 1, though z · (1 / |v|) is not
+        {Vector::of({4.9e-8, 0, 49}), Vector::of({0, 0}), Vector::of({1e-9, 0})},
         {Vector::of({0, 0, -2}), Vector::of({0, pi}), Vector::of({pi, 0})},
-        {Vector::of({0, 3, 0}), Vector::of({pi / 2, pi / 2}), Vector::of({0, -pi / 2})},
+        {Vector::of({1e-16, 3, 0}), Vector::of({pi / 2, pi / 2}), Vector::of({0, -pi / 2})},
         {Vector::of({0, -1, 0}), Vector::of({3 * pi / 2, pi / 2}), Vector::of({0, pi / 2})},
         {Vector::of({-1, -0.0, 0}), Vector::of({pi, pi / 2}), Vector::of({3 * pi / 2, 0})},
-        {Vector::of({1e-9, 0, 1}), Vector::of({0, 0}), Vector::of({1e-9, 0})},  // z rounds to 1
     };
     for (auto const& [v, standard, particular] : cases) {
         Vector s(2);
@@ -73,9 +73,9 @@ TEST(Spherical, JacobiansOnThePoleHaveALargeFiniteGain)
     double const near = std::numeric_limits<double>::epsilon();
     Matrix J(2, 3);
     computeJSph(Vector::of({near, -near, 2}), J);
-    EXPECT_EQ(J, Matrix::of({{-10000, 10000, 0}, {0.5, 0.5, 0}}));
+    EXPECT_TRUE(isNear(J, Matrix::of({{-10000, 10000, 0}, {0.5, 0.5, 0}}), 0)) << J;
     computeJSphParticular(Vector::of({-near, 4, near}), J);
-    EXPECT_EQ(J, Matrix::of({{10000, 0, -10000}, {0.25, 0, 0.25}}));
+    EXPECT_TRUE(isNear(J, Matrix::of({{10000, 0, -10000}, {0.25, 0, 0.25}}), 0)) << J;
     computeJSph(Vector::of({2 * near, 0, 2}), J);
     EXPECT_DOUBLE_EQ(J[0][1], 1 / (2 * near)) << "the true derivative off the pole";
 }

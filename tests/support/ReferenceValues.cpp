@@ -36,8 +36,13 @@ double ulps(TVector<double> const& a, TVector<double> const& b, double size)
     double worst = a.size() == b.size() ? 0 : std::numeric_limits<double>::infinity();
     for (int i = 0; i < std::min(a.getSize(), b.getSize()); ++i) {
         double const difference = std::abs(a[i] - b[i]);
-        worst = std::isnan(difference) ? std::numeric_limits<double>::infinity()
-                                       : std::max(worst, difference);
+        worst = std::max(
+            worst, std::isnan(difference) ? std::numeric_limits<double>::infinity() : difference);
     }
     return worst == 0 ? 0 : worst / (std::numeric_limits<double>::epsilon() * size);
+}
+
+bool isNear(TVector<double> const& a, TVector<double> const& b, double tolerance)
+{
+    return ulps(a, b, 1.0 / std::numeric_limits<double>::epsilon()) <= tolerance;
 }

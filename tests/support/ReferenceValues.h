@@ -22,3 +22,7 @@ std::vector<KnownRotation> knownRotations();
 
 /// Largest difference of corresponding elements, in units of 2^-52 · `size`; infinite for NaN.
 double ulps(TVector<double> const& a, TVector<double> const& b, double size = 1.0);
+
+/// Whether no element differs by more than `tolerance`; false for NaN, which `==` of matrices and
+/// `Matrix::equals` let pass.
+bool isNear(TVector<double> const& a, TVector<double> const& b, double tolerance);
