@@ -92,6 +92,7 @@ TEST(KalmanIekf, AgreesWithLeastSquaresOverAllDataOfALinearSystem)
     int const unknowns = 2 + steps;
     RandomData data(5);
     LineFilter filter;
+    filter.setTolerance(1e9);  // the second pass is made all the same
     Matrix A(unknowns + steps, unknowns);
     Vector b(unknowns + steps);
     A(0, 0, diagonal({1.0 / 2.0, 1.0}));
@@ -119,7 +120,6 @@ TEST(KalmanIekf, AgreesWithLeastSquaresOverAllDataOfALinearSystem)
     constexpr double tolerance = 1e-12;  // some hundred roundings of values around 1
     EXPECT_TRUE(filter.getParams().equals(state * (cov * (A.transpose() * b)), tolerance));
     EXPECT_TRUE(filter.getParamsCov().equals(state * cov * state.transpose(), tolerance));
-    EXPECT_EQ(filter.getParamsCov()[0][1], filter.getParamsCov()[1][0]);
 }
 
 // A point in the plane that moves by the control, seen by range and bearing from the origin, with
@@ -215,6 +215,8 @@ TEST(KalmanIekf, IsConsistentOverManyRuns)
             Matrix const S = H * filter.getPredParamsCov() * H.transpose() + filter.getObsCov();
             innovations += mahalanobis(filter.value, S);
             filter.update();
+            for (Matrix const& P : {filter.getPredParamsCov(), filter.getParamsCov()})
+                ASSERT_EQ(P[0][1], P[1][0]) << "to the last bit";
         }
         errors += mahalanobis(filter.getParams() - x, filter.getParamsCov());
     }
