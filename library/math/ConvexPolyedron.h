@@ -112,7 +112,7 @@ public:
     /// @param step  distance of grid points, in the units of the coordinates.
     /// @throws MathError as computeBoundingBox does; "ConvexPolyedron::computeVolume : Bad step."
     ///         unless it is positive and finite; "ConvexPolyedron::computeVolume : Step too small."
-    ///         when it vanishes beside the coordinates, or for more than 2^40 points, or 2^26
+    ///         when it vanishes beside the coordinates, or for more than 2^40 points, or 2^24
     ///         along one axis.
     double computeVolume(double step) const;
 
