@@ -11,6 +11,8 @@ function(measuremath_target_defaults target)
         VISIBILITY_INLINES_HIDDEN ON)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-qual
+        # clang counts it to -Wconversion, g++ does not: sizes of the library are int by promise.
+        $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
         -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Wvla
         # Errors and logs name files relative to the source root, whatever machine built them.
         -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
