@@ -1,5 +1,5 @@
-// Rigid transforms and principal axes, beside Eigen (when it is installed) on the same data. Eigen
-// has its points packed in a 3 × n matrix; ours are separate vectors, as measurements come.
+// Rigid transforms and principal axes, beside Eigen and OpenCV on the same data. They have their
+// points packed in a matrix; ours are separate vectors, as measurements come, but for MapPoints.
 
 #include "math/MatrixTH.h"
 #include "math/PCAAnalysis.h"
@@ -14,6 +14,9 @@
 
 #ifdef MEASUREMATH_HAVE_EIGEN
 #include <Eigen/Dense>
+#endif
+#ifdef MEASUREMATH_HAS_OPENCV
+#include <opencv2/core.hpp>
 #endif
 
 namespace {
@@ -210,6 +213,34 @@ BENCHMARK(mapEigenLoop)->Name("MapPoints/Eigen")->Arg(1000)->Arg(1000000);
 BENCHMARK(mapEigenWhole)->Name("MapPoints/Eigen whole")->Arg(1000)->Arg(1000000);
 BENCHMARK(registerEigen)->Name("Registration/Eigen")->Arg(1000)->Arg(1000000);
 BENCHMARK(principalAxesEigen)->Name("PrincipalAxes/Eigen")->Arg(1000)->Arg(100000);
+
+#endif
+
+#ifdef MEASUREMATH_HAS_OPENCV
+
+void mapOpenCv(benchmark::State& state)
+{
+    std::vector<double> xyz = packedPoints(static_cast<std::size_t>(state.range(0)));
+    cv::Mat points(static_cast<int>(xyz.size() / 3), 1, CV_64FC3, xyz.data());
+    cv::Mat const T = cv::Mat(4, 4, CV_64F, const_cast<double*>(truth.data())).rowRange(0, 3);
+    for (auto _ : state) {
+        cv::transform(points, points, T);
+        benchmark::ClobberMemory();
+    }
+}
+
+void principalAxesOpenCv(benchmark::State& state)
+{
+    cv::setNumThreads(1);
+    std::vector<double> xyz = packedPoints(static_cast<std::size_t>(state.range(0)));
+    cv::Mat const points(static_cast<int>(xyz.size() / 3), 3, CV_64F, xyz.data());
+    cv::PCA pca;
+    for (auto _ : state) pca(points, cv::noArray(), cv::PCA::DATA_AS_ROW);
+    requireRight(isClose(cv::norm(pca.eigenvectors), std::sqrt(3.0)), state);
+}
+
+BENCHMARK(mapOpenCv)->Name("MapPoints/OpenCV")->Arg(1000)->Arg(1000000);
+BENCHMARK(principalAxesOpenCv)->Name("PrincipalAxes/OpenCV")->Arg(1000)->Arg(100000);
 
 #endif
 
