@@ -1,6 +1,5 @@
 #include "math/PCAAnalysis.h"
 
-#include "support/HeapCounter.h"
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
 #include "support/ReferenceValues.h"
@@ -96,14 +95,6 @@ TEST(PCAAnalysis, ResultsNeedASuccessfulAnalysis)
     EXPECT_EQ(pca.getSpaceSize(), 3u);
     EXPECT_EQ(pca.getMean(), Vector(3));
     EXPECT_TRUE(isNear(pca.getPrincipalVectors(), Matrix(3, 3), 0));
-}
-
-TEST(PCAAnalysis, AllocatesNothingPerPoint)
-{
-    std::vector<Vector> const points = randomPoints(10000, 3);
-    HeapCounter heap;
-    analysed(points);
-    EXPECT_LT(heap.blocks(), points.size() / 100);
 }
 
 }  // namespace
