@@ -65,6 +65,12 @@ void give(void* block) noexcept
 
 void* operator new(std::size_t size) { return take(size); }
 void* operator new[](std::size_t size) { return take(size); }
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept
+try {
+    return take(size);
+} catch (std::bad_alloc const&) {
+    return nullptr;
+}
 void operator delete(void* block) noexcept { give(block); }
 void operator delete[](void* block) noexcept { give(block); }
 void operator delete(void* block, std::size_t) noexcept { give(block); }

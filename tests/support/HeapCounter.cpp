@@ -20,6 +20,7 @@ void* take(std::size_t size)
 // The whole test program allocates through these.
 void* operator new(std::size_t size) { return take(size); }
 void* operator new[](std::size_t size) { return take(size); }
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return std::malloc(size == 0 ? 1 : size); }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }

@@ -23,7 +23,7 @@ public:
     }
 
     /// Normal with mean 0.
-    double normal(double sigma) { return std::normal_distribution<double>(0.0, sigma)(_generator); }
+    double normal(double sigma) { return sigma * std::normal_distribution<double>()(_generator); }
 
     /// `n` elements uniform over [low, high).
     Vector vector(int n, double low = -1.0, double high = 1.0)
