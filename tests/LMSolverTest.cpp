@@ -1,12 +1,10 @@
-#include "math/LMMinPack.h"
 #include "math/LMSolver.h"
 
-#include "math/LinearAlgebra.h"
+#include "math/LMMinPack.h"
 #include "support/HeapCounter.h"
 #include "support/LogRecords.h"
 #include "support/MathErrorExpectations.h"
-#include "support/MghProblems.h"
-#include "support/NistProblems.h"
+#include "support/PublishedProblems.h"
 #include "support/RandomData.h"
 #include "support/ScriptedCostFun.h"
 
@@ -14,7 +12,6 @@
 #include <gtest/gtest.h>
 #include <log4cplus/loglevel.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
@@ -30,10 +27,20 @@ using testing::ElementsAre;
 constexpr double defaultTolerance = 0x1p-26;
 constexpr char const* solveFirst = "Call solve before use";
 
-// No records of the many runs; they are built, as in a program without configuration, otherwise.
 class LMSolvers : public testing::Test {
 protected:
     LogRecorder quiet{g_MathLogger, log4cplus::OFF_LOG_LEVEL};
+};
+
+class OpenSolver : public LMMinPack {
+public:
+    OpenSolver() = default;
+    OpenSolver(CostFun& costFun, Vector const& start)
+    {
+        setCostFun(&costFun);
+        setInitVecSol(start);
+    }
+    using LMMinPack::getOptimFlag;
 };
 
 // r_i = p0 + p1 · i - (1 + 2 i) over m points, the first one off the line by `misfit`.
@@ -56,92 +63,78 @@ Scripted<> line(unsigned int m, double misfit = 0.0)
 
 Vector const lineSolution = Vector::of({1.0, 2.0});
 
-// Rosenbrock's function: some twenty iterations.
-MghCostFun valley()
+// Rosenbrock's function, with residuals of 0 behind it: some twenty iterations.
+Scripted<> valley(unsigned int m = 2)
 {
-    return MghCostFun(mghLeastSquares()[0]);
+    Scripted<> f;
+    f.initCostFun(m, 2);
+    f.fun = [](Vector const& p, Vector& r) {
+        r[0] = 10.0 * (p[1] - p[0] * p[0]);
+        r[1] = 1.0 - p[0];
+    };
+    f.jac = [](Vector const& p, Matrix& J) {
+        J[0][0] = -20.0 * p[0];
+        J[0][1] = 10.0;
+        J[1][0] = -1.0;
+    };
+    return f;
 }
+
 Vector const valleyStart = Vector::of({-1.2, 1.0});
 Vector const valleySolution = Vector::of({1.0, 1.0});
 
-class OpenSolver : public LMMinPack {
-public:
-    using LMMinPack::getOptimFlag;
-};
-
-LMMinPack solved(CostFun& costFun, Vector const& start)
-{
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
-    solver.setInitVecSol(start);
-    solver.solve();
-    return solver;
-}
-
-struct NistRun {
-    bool analytic;
-    double tolerance;
-    int above4;         // of 54 starts
-    double meanDigits;  // over all starts
-    double fewest;      // over all starts but those that MINPACK itself misses
-};
-
-class NistDigits : public LMSolvers, public testing::WithParamInterface<NistRun> {};
-
 // From start 1 of BoxBOD the first full step ends where all derivatives vanish. The default
 // tolerance takes start 1 of MGH17 for a solution.
-bool isMissed(NistProblem const& problem, std::size_t start, double tolerance)
+bool isMissed(Problem const& problem, std::size_t start, double tolerance)
 {
     return start == 0 &&
            (problem.name == "BoxBOD" || (problem.name == "MGH17" && tolerance == defaultTolerance));
 }
 
-TEST_P(NistDigits, AreThoseThatMinpackCanReach)
+TEST_F(LMSolvers, HaveTheDigitsOfMinpackOnTheNistProblems)
 {
-    NistRun const& run = GetParam();
-    int above4 = 0;
-    double sum = 0.0;
-    for (NistProblem const& problem : nistProblems())
-        for (std::size_t start : {0U, 1U}) {
-            NistCostFun costFun(problem);
-            costFun.setBoolAnaDer(run.analytic);
-            LMMinPack solver;
-            solver.setCostFun(&costFun);
-            solver.setTolerance(run.tolerance);
-            solver.setNbMaxIter(10000);
-            solver.setInitVecSol(problem.starts[start]);
-            solver.solve();
-            double const digits = correctDigits(solver.getVecSol(), problem.params);
-            above4 += digits > 4.0 ? 1 : 0;
-            sum += digits;
-            if (isMissed(problem, start, run.tolerance)) continue;
-            EXPECT_GT(digits, run.fewest) << problem.name << " start " << start + 1;
-        }
-    EXPECT_GE(above4, run.above4);
-    EXPECT_GT(sum / 54, run.meanDigits);
+    struct Run {
+        bool analytic;
+        double tolerance;
+        int above4;         // of 54 starts
+        double meanDigits;  // of all
+        double fewest;      // of those that MINPACK does not miss
+    };
+    // Raw MINPACK on the same functions: 48 and 6.86, 53 and 8.94, bit by bit the same.
+    for (Run const& run :
+         {Run{true, defaultTolerance, 48, 6.8, 3.0}, Run{true, 1e-15, 53, 8.9, 6.0},
+          Run{false, defaultTolerance, 47, 6.2, 3.0}, Run{false, 1e-15, 53, 7.6, 4.4}}) {
+        int above4 = 0;
+        double sum = 0.0;
+        for (Problem const& problem : nistProblems())
+            for (std::size_t start : {0U, 1U}) {
+                ProblemCostFun costFun(problem);
+                costFun.setBoolAnaDer(run.analytic);
+                OpenSolver solver(costFun, problem.starts[start]);
+                solver.setTolerance(run.tolerance);
+                solver.setNbMaxIter(10000);
+                solver.solve();
+                double const digits = correctDigits(solver.getVecSol(), problem.params);
+                above4 += digits > 4.0 ? 1 : 0;
+                sum += digits;
+                if (isMissed(problem, start, run.tolerance)) continue;
+                EXPECT_GT(digits, run.fewest) << problem.name << " start " << start + 1;
+            }
+        EXPECT_GE(above4, run.above4) << run.analytic << ' ' << run.tolerance;
+        EXPECT_GT(sum / 54, run.meanDigits) << run.analytic << ' ' << run.tolerance;
+    }
 }
-
-// Raw MINPACK on the same functions: 48 starts and 6.86 digits, 53 and 8.94, bit by bit the same.
-INSTANTIATE_TEST_SUITE_P(ExactAndNumericDerivatives, NistDigits,
-                         testing::Values(NistRun{true, defaultTolerance, 48, 6.8, 3.0},
-                                         NistRun{true, 1e-15, 53, 8.9, 6.0},
-                                         NistRun{false, defaultTolerance, 47, 6.2, 3.0},
-                                         NistRun{false, 1e-15, 53, 7.6, 4.4}));
 
 TEST_F(LMSolvers, GiveTheCertifiedStatistics)
 {
-    for (NistProblem const& problem : nistProblems()) {
+    for (Problem const& problem : nistProblems()) {
         if (problem.name == "Lanczos1") continue;  // its residuals, 1e-13, are rounding errors
-        NistCostFun costFun(problem);
-        LMMinPack solver;
-        solver.setCostFun(&costFun);
+        ProblemCostFun costFun(problem);
+        OpenSolver solver(costFun, problem.starts[1]);
         solver.setTolerance(1e-15);
-        solver.setInitVecSol(problem.starts[1]);
         solver.solve();
-        double const m = solver.getNbEquations();
-        double const rms = solver.getRMSAfter();
-        EXPECT_NEAR(m * rms * rms, problem.sumOfSquares, 1e-9 * problem.sumOfSquares)
-            << problem.name;
+        double const squares = problem.m * std::pow(solver.getRMSAfter(), 2);
+        EXPECT_NEAR(squares, problem.sumOfSquares, 1e-9 * problem.sumOfSquares) << problem.name;
         Vector deviations = solver.getCov().getDiagVector();
         for (double& d : deviations) d = std::sqrt(d) * solver.getSEUWAfter();
         EXPECT_GT(correctDigits(deviations, problem.deviations), 6.0) << problem.name;
@@ -151,10 +144,12 @@ TEST_F(LMSolvers, GiveTheCertifiedStatistics)
 
 TEST_F(LMSolvers, ReachThePublishedMinima)
 {
-    for (MghProblem const& problem : mghLeastSquares()) {
-        MghCostFun costFun(problem);
-        double const rms = solved(costFun, problem.start).getRMSAfter();
-        EXPECT_NEAR(problem.m * rms * rms, problem.minimum, 1e-5 * problem.minimum + 1e-12)
+    for (Problem const& problem : mghLeastSquares()) {
+        ProblemCostFun costFun(problem);
+        OpenSolver solver(costFun, problem.starts[0]);
+        solver.solve();
+        EXPECT_NEAR(problem.m * std::pow(solver.getRMSAfter(), 2), problem.sumOfSquares,
+                    1e-5 * problem.sumOfSquares + 1e-12)
             << problem.name;
     }
 }
@@ -166,18 +161,17 @@ TEST_F(LMSolvers, AreReadyOnlyWithAFunctionAndAStart)
     OpenSolver solver;
     EXPECT_EQ(solver.getOptimFlag(), LMSolver::NotReady);
     EXPECT_EQ(solver.getTolerance(), defaultTolerance);
-    EXPECT_EQ(solver.getCostFun(), nullptr);
     EXPECT_MATH_ERROR(solver.solve(), notReady);
     EXPECT_MATH_ERROR(solver.getNbVariables(), noFunction);
     EXPECT_MATH_ERROR(solver.getNbEquations(), noFunction);
     EXPECT_MATH_ERROR(solver.getNbMaxIter(), noFunction);
     EXPECT_MATH_ERROR(solver.setInitVecSol(Vector(2)), noFunction);
     EXPECT_MATH_ERROR(solver.setCostFun(nullptr), noFunction);
-    Scripted<> uninitialised;
-    EXPECT_MATH_ERROR(solver.setCostFun(&uninitialised), "Call init before use");
+    Scripted<> costFun;
+    EXPECT_MATH_ERROR(solver.setCostFun(&costFun), "Call init before use");
     EXPECT_EQ(solver.getCostFun(), nullptr);
 
-    Scripted<> costFun = line(5);
+    costFun = line(5);
     solver.setCostFun(&costFun);
     EXPECT_EQ(solver.getNbMaxIter(), 300U);
     EXPECT_EQ(solver.getNbVariables(), 2U);
@@ -185,7 +179,6 @@ TEST_F(LMSolvers, AreReadyOnlyWithAFunctionAndAStart)
     EXPECT_MATH_ERROR(solver.solve(), notReady);
     EXPECT_MATH_ERROR(solver.setInitVecSol(Vector(3)), "Invalid params vector size");
     solver.setInitVecSol(Vector(2));
-    EXPECT_EQ(solver.getOptimFlag(), LMSolver::Ready);
     costFun.initCostFun(5, 3);
     EXPECT_MATH_ERROR(solver.solve(), "Invalid params vector size");
     costFun.initCostFun(5, 2);
@@ -205,9 +198,7 @@ TEST_F(LMSolvers, GuardTheirGettersAndSettings)
     constexpr char const* whileRunning =
         "This method should only be called during optimisation process";
     Scripted<> costFun = line(5);
-    OpenSolver solver;
-    solver.setCostFun(&costFun);
-    solver.setInitVecSol(Vector(2));
+    OpenSolver solver(costFun, Vector(2));
     EXPECT_MATH_ERROR(solver.getVecSol(), solveFirst);
     EXPECT_MATH_ERROR(solver.getCov(), solveFirst);
     EXPECT_MATH_ERROR(solver.getEndReason(), solveFirst);
@@ -219,22 +210,20 @@ TEST_F(LMSolvers, GuardTheirGettersAndSettings)
     EXPECT_MATH_ERROR(solver.getRMSAfter(), solveFirst);
     EXPECT_MATH_ERROR(solver.getSEUWAfter(), solveFirst);
     EXPECT_MATH_ERROR(solver.getNbIter(), solveFirst);
-    EXPECT_MATH_ERROR(solver.getCurVec(), whileRunning);
-    EXPECT_MATH_ERROR(solver.getCurRMS(), whileRunning);
-    EXPECT_MATH_ERROR(solver.getCallBackArg(),
-                      "Can't acces CallBackArg outside of callback function");
 
     solver.solve();
     EXPECT_EQ(solver.getJacCond(), -1.0);
     EXPECT_MATH_ERROR(solver.getCurVec(), whileRunning);
-    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    for (double const bad : {-1e-9, nan})
+    EXPECT_MATH_ERROR(solver.getCurRMS(), whileRunning);
+    EXPECT_MATH_ERROR(solver.getCallBackArg(),
+                      "Can't acces CallBackArg outside of callback function");
+    for (double const bad : {-1e-9, std::numeric_limits<double>::quiet_NaN()}) {
         EXPECT_MATH_ERROR(solver.setTolerance(bad), "Invalid tolerance value, should be >=0");
-    for (double const bad : {0.0, -1.0, nan})
         EXPECT_MATH_ERROR(solver.setInitialStepBound(bad),
                           "Invalid initial step bound, must be > 0");
+    }
+    EXPECT_MATH_ERROR(solver.setInitialStepBound(0.0), "Invalid initial step bound, must be > 0");
     EXPECT_EQ(solver.getOptimFlag(), LMSolver::Solved) << "a refused setting changes nothing";
-    EXPECT_EQ(solver.getTolerance(), defaultTolerance);
     solver.setTolerance(0.0);
     EXPECT_EQ(solver.getOptimFlag(), LMSolver::Ready);
     solver.solve();
@@ -244,13 +233,10 @@ TEST_F(LMSolvers, GuardTheirGettersAndSettings)
 
 TEST_F(LMSolvers, GoOnFromTheLastSolution)
 {
-    MghCostFun costFun = valley();
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
+    Scripted<> costFun = valley();
+    OpenSolver solver(costFun, valleyStart);
     solver.setNbMaxIter(5);
-    solver.setInitVecSol(valleyStart);
     solver.solve();
-    EXPECT_EQ(solver.getEndFlag(), LMSolver::WarningEnd);
     double const reached = solver.getRMSAfter();
     solver.setNbMaxIter(100);
     solver.solve();
@@ -258,29 +244,11 @@ TEST_F(LMSolvers, GoOnFromTheLastSolution)
     EXPECT_EQ(solver.getVecSol().equals(valleySolution, 1e-12), 1);
 }
 
-struct Ending {
-    char const* what;
-    Scripted<> costFun;
-    Vector start;
-    double tolerance;
-    unsigned int limit;
-    LMSolver::EndFlag flag;
-    char const* reason;
-    unsigned int rank;
-};
-
-Scripted<> constantResiduals()
-{
-    Scripted<> f = line(3);
-    f.fun = [](Vector const&, Vector& r) { r[0] = 1.0; };
-    f.jac = [](Vector const&, Matrix&) {};
-    return f;
-}
-
 Scripted<> withDimensions(unsigned int m, unsigned int n)
 {
     Scripted<> f;
     f.initCostFun(m, n);
+    f.fun = [](Vector const&, Vector& r) { r[0] = 1.0; };
     f.jac = [](Vector const&, Matrix&) {};
     return f;
 }
@@ -288,40 +256,43 @@ Scripted<> withDimensions(unsigned int m, unsigned int n)
 TEST_F(LMSolvers, TellHowTheyEnded)
 {
     constexpr char const* improper = "Improper input parameters";
-    constexpr char const* inBoth =
-        "Algorithm estimates that the relative error in the sum of squares and between x and the "
-        "solution is at most tol";
     Vector const start = Vector::of({5.0, -3.0});
+    struct Ending {
+        Scripted<> costFun;
+        Vector start;
+        unsigned int limit;
+        LMSolver::EndFlag flag;
+        std::string reason;
+        unsigned int rank;
+    };
     Ending const endings[] = {
-        {"converged", line(4, 1.0), start, defaultTolerance, 300, LMSolver::NormalEnd, inBoth, 2},
-        {"exact", line(4), lineSolution, 1e-8, 300, LMSolver::NormalEnd,
-         "Null residuals on last iteration", 2},
-        {"flat", constantResiduals(), start, 1e-8, 300, LMSolver::ErrorEnd,
+        {line(4), lineSolution, 300, LMSolver::NormalEnd, "Null residuals on last iteration", 2},
+        {withDimensions(3, 2), start, 300, LMSolver::ErrorEnd,
          "Fvec is orthogonal to the columns of the jacobian to machine precision", 0},
-        {"limit", line(4), start, 1e-8, 1, LMSolver::WarningEnd,
+        {line(4), start, 1, LMSolver::WarningEnd,
          "Number of calls to fcn has reached or exceeded max number of iterations", 2},
-        {"no limit", line(4), start, 1e-8, 0, LMSolver::ErrorEnd, improper, 0},
-        {"few equations", withDimensions(1, 2), start, 1e-8, 300, LMSolver::ErrorEnd, improper, 0},
-        {"no variable", withDimensions(3, 0), Vector(), 1e-8, 300, LMSolver::ErrorEnd, improper, 0},
-        {"huge limit", line(4, 1.0), start, 1e-8, 4294967295U, LMSolver::NormalEnd, inBoth, 2},
+        {line(4), start, 0, LMSolver::ErrorEnd, improper, 0},
+        {withDimensions(1, 2), start, 300, LMSolver::ErrorEnd, improper, 0},
+        {withDimensions(3, 0), Vector(), 300, LMSolver::ErrorEnd, improper, 0},
+        {line(4, 1.0), start, 4294967295U, LMSolver::NormalEnd,
+         "Algorithm estimates that the relative error in the sum of squares and between x and the "
+         "solution is at most tol",
+         2},
     };
     for (Ending const& ending : endings) {
         Scripted<> costFun = ending.costFun;
-        LMMinPack solver;
-        solver.setCostFun(&costFun);
-        solver.setTolerance(ending.tolerance);
+        OpenSolver solver(costFun, ending.start);
         solver.setNbMaxIter(ending.limit);
-        solver.setInitVecSol(ending.start);
         solver.solve();
-        EXPECT_EQ(solver.getEndFlag(), ending.flag) << ending.what;
-        EXPECT_EQ(solver.getEndReason(), ending.reason) << ending.what;
-        EXPECT_EQ(solver.getJacRank(), ending.rank) << ending.what;
-        EXPECT_EQ(solver.getCov().getNbRow(), ending.start.size()) << ending.what;
-        EXPECT_EQ(solver.getCov().frobeniusNorm() == 0.0, ending.rank == 0) << ending.what;
+        EXPECT_EQ(solver.getEndReason(), ending.reason);
+        EXPECT_EQ(solver.getEndFlag(), ending.flag) << ending.reason;
+        EXPECT_EQ(solver.getJacRank(), ending.rank) << ending.reason;
+        EXPECT_EQ(solver.getCov().getNbRow(), ending.start.size()) << ending.reason;
+        EXPECT_EQ(solver.getCov().frobeniusNorm() == 0.0, ending.rank == 0) << ending.reason;
     }
 }
 
-TEST_F(LMSolvers, NameTheTestThatWasMet)
+TEST_F(LMSolvers, NameTheConditionThatWasMet)
 {
     struct Case {
         std::string problem;
@@ -340,60 +311,39 @@ TEST_F(LMSolvers, NameTheTestThatWasMet)
          "Tol is too small. no further improvement in the approximate solution x is possible"},
     };
     for (Case const& c : cases) {
-        NistProblem const& problem =
-            *std::ranges::find(nistProblems(), c.problem, &NistProblem::name);
-        NistCostFun costFun(problem);
-        LMMinPack solver;
-        solver.setCostFun(&costFun);
+        ProblemCostFun costFun(nistProblem(c.problem));
+        OpenSolver solver(costFun, nistProblem(c.problem).starts[1]);
         solver.setTolerance(c.tolerance);
-        solver.setInitVecSol(problem.starts[1]);
         solver.solve();
-        EXPECT_EQ(solver.getEndFlag(), c.flag) << c.problem << ' ' << c.tolerance;
-        EXPECT_EQ(solver.getEndReason(), c.reason) << c.problem << ' ' << c.tolerance;
-        EXPECT_GT(correctDigits(solver.getVecSol(), problem.params), 6.0) << c.problem;
+        EXPECT_EQ(solver.getEndReason(), c.reason) << c.problem;
+        EXPECT_EQ(solver.getEndFlag(), c.flag) << c.problem;
     }
 }
 
-TEST_F(LMSolvers, CovarianceInvertsTheNormalMatrix)
+TEST_F(LMSolvers, CovarianceInvertsTheNormalMatrixUpToTheRank)
 {
     RandomData random(5);
     for (int const n : {1, 2, 5}) {
-        Matrix const A = random.matrix(20, n);
+        Matrix A = random.matrix(20, n);
         Scripted<> costFun;
         costFun.initCostFun(20, static_cast<unsigned int>(n));
-        costFun.fun = [&](Vector const& p, Vector& r) {
-            r = A * p;
-            r[0] += 1.0;
-        };
+        costFun.fun = [&](Vector const& p, Vector& r) { r = A * p + random.vector(20, 1.0, 1.1); };
         costFun.jac = [&](Vector const&, Matrix& J) { J = A; };
-        LMMinPack const solver = solved(costFun, random.vector(n));
+        OpenSolver solver(costFun, random.vector(n));
+        solver.solve();
         EXPECT_EQ(solver.getCov().equals((A.transpose() * A).inverse(), 1e-12), 1) << n;
         EXPECT_EQ(solver.getJacRank(), static_cast<unsigned int>(n));
+
+        A.setColVector(n - 1, A.getColVector(0));  // dependent unless it is the only one
+        OpenSolver dependent(costFun, random.vector(n));
+        dependent.solve();
+        EXPECT_EQ(dependent.getJacRank(), n == 1 ? 1U : static_cast<unsigned int>(n - 1));
     }
 }
-
-TEST_F(LMSolvers, RankDropsForRepeatedColumns)
-{
-    Matrix A = RandomData(6).matrix(10, 3);
-    A.setColVector(2, A.getColVector(0));
-    Scripted<> costFun;
-    costFun.initCostFun(10, 3);
-    costFun.fun = [&](Vector const& p, Vector& r) {
-        r = A * p;
-        r[0] += 1.0;
-    };
-    costFun.jac = [&](Vector const&, Matrix& J) { J = A; };
-    LMMinPack const solver = solved(costFun, Vector(3));
-    EXPECT_EQ(solver.getJacRank(), 2U);
-    EXPECT_EQ(solver.getEndFlag(), LMSolver::NormalEnd);
-}
-
-// --- What a callback sees and does --------------------------------------------------------------
 
 struct Seen {
     std::vector<Vector> vectors;
     std::vector<double> rms;
-    std::vector<unsigned int> iterations;
     unsigned int stopAfter = 1000;
 };
 
@@ -402,58 +352,42 @@ bool watch(LMSolver const& solver)
     auto& seen = *static_cast<Seen*>(solver.getCallBackArg());
     seen.vectors.push_back(solver.getCurVec());
     seen.rms.push_back(solver.getCurRMS());
-    seen.iterations.push_back(solver.getNbIter());
+    EXPECT_EQ(solver.getNbIter(), seen.vectors.size());
     return solver.getNbIter() < seen.stopAfter;
 }
 
-TEST_F(LMSolvers, ShowEachIterationToTheCallback)
+TEST_F(LMSolvers, ShowEachIterationToTheCallbackAndStopWhenItSaysSo)
 {
-    MghCostFun costFun = valley();
-    Seen seen;
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
-    Vector const start = valleyStart + Vector(2);
-    solver.setInitVecSol(start);
-    solver.setCallBackFcn(watch);
-    solver.setCallBackArg(&seen);
-    solver.solve();
-
-    ASSERT_EQ(seen.vectors.size(), solver.getNbIter());
-    ASSERT_GT(seen.vectors.size(), 5U);
-    EXPECT_EQ(seen.vectors[0].equals(valleyStart, 0.0), 1);
-    EXPECT_EQ(start.equals(valleyStart, 0.0), 1) << "the caller's vector has changed";
-    for (std::size_t k = 0; k < seen.vectors.size(); ++k) {
-        EXPECT_EQ(seen.iterations[k], k + 1);
-        EXPECT_EQ(seen.rms[k], costFun.getRMS(seen.vectors[k])) << "a copy has changed";
-    }
-}
-
-TEST_F(LMSolvers, StopWhenTheCallbackSaysSo)
-{
-    MghCostFun costFun = valley();
-    for (unsigned int const stopAfter : {1U, 3U}) {
+    for (unsigned int const stopAfter : {1U, 3U, 1000U}) {
+        Scripted<> costFun = valley();
         Seen seen;
         seen.stopAfter = stopAfter;
-        LMMinPack solver;
-        solver.setCostFun(&costFun);
-        solver.setInitVecSol(valleyStart);
+        Vector const start = valleyStart + Vector(2);
+        OpenSolver solver(costFun, start);
         solver.setCallBackFcn(watch);
         solver.setCallBackArg(&seen);
         solver.solve();
-        EXPECT_EQ(solver.getEndFlag(), LMSolver::UserEnd);
-        EXPECT_EQ(solver.getEndReason(), "User requests end of algorithm");
-        EXPECT_EQ(solver.getNbIter(), stopAfter);
-        EXPECT_EQ(solver.getVecSol().equals(seen.vectors.back(), 0.0), 1);
-        EXPECT_EQ(solver.getJacRank(), 2U) << "of the last Jacobian";
+
+        EXPECT_EQ(seen.vectors[0].equals(valleyStart, 0.0), 1);
+        EXPECT_EQ(start.equals(valleyStart, 0.0), 1) << "the caller's vector has changed";
+        for (std::size_t k = 0; k < seen.vectors.size(); ++k)
+            EXPECT_EQ(seen.rms[k], costFun.getRMS(seen.vectors[k])) << "a copy has changed";
+        EXPECT_EQ(solver.getJacRank(), 2U);
+        if (stopAfter == 1000U) {
+            EXPECT_EQ(solver.getVecSol().equals(valleySolution, 1e-12), 1);
+        } else {
+            EXPECT_EQ(solver.getEndFlag(), LMSolver::UserEnd);
+            EXPECT_EQ(solver.getEndReason(), "User requests end of algorithm");
+            EXPECT_EQ(solver.getNbIter(), stopAfter);
+            EXPECT_EQ(solver.getVecSol().equals(seen.vectors.back(), 0.0), 1);
+        }
     }
 }
 
 TEST_F(LMSolvers, AUserStopWinsOverAnEndOfItsOwn)
 {
     Scripted<> costFun = line(4);
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
-    solver.setInitVecSol(lineSolution);  // ends in the first iteration
+    OpenSolver solver(costFun, lineSolution);  // ends in the first iteration
     solver.setCallBackFcn([](LMSolver const&) { return false; });
     solver.solve();
     EXPECT_EQ(solver.getEndFlag(), LMSolver::UserEnd);
@@ -461,16 +395,13 @@ TEST_F(LMSolvers, AUserStopWinsOverAnEndOfItsOwn)
 
 TEST_F(LMSolvers, SolveInsideTheCallbackOfAnother)
 {
-    MghCostFun outer = valley();
-    LMMinPack solver;
-    solver.setCostFun(&outer);
-    solver.setInitVecSol(valleyStart);
+    Scripted<> outer = valley();
+    OpenSolver solver(outer, valleyStart);
     solver.setCallBackFcn([](LMSolver const& running) {
-        Scripted<> costFun = line(6);
-        bool const works =
-            solved(costFun, running.getCurVec()).getVecSol().equals(lineSolution, 1e-9);
-        EXPECT_TRUE(works);
-        return works;
+        Scripted<> inner = line(6);
+        OpenSolver nested(inner, running.getCurVec());
+        nested.solve();
+        return nested.getVecSol().equals(lineSolution, 1e-9) == 1;
     });
     solver.solve();
     EXPECT_EQ(solver.getVecSol().equals(valleySolution, 1e-12), 1);
@@ -479,57 +410,40 @@ TEST_F(LMSolvers, SolveInsideTheCallbackOfAnother)
 TEST_F(LMSolvers, LetExceptionsOutAndStayReady)
 {
     for (int const thrower : {0, 1, 2}) {
-        MghCostFun const plain = valley();
-        Scripted<> costFun;
-        costFun.initCostFun(2, 2);
-        MghCostFun inner = plain;
         int countdown = 3;
-        auto const mayThrow = [&](int who) {
+        std::function<void(int)> mayThrow = [&](int who) {
             if (who == thrower && --countdown == 0) throw std::out_of_range("the user's own");
         };
-        costFun.fun = [&](Vector const& p, Vector& r) {
-            mayThrow(0);
-            r = inner.getFunValue(p);
-        };
-        costFun.jac = [&](Vector const& p, Matrix& J) {
-            mayThrow(1);
-            J = inner.getJacValue(p);
-        };
-        OpenSolver solver;
-        solver.setCostFun(&costFun);
-        solver.setInitVecSol(valleyStart);
-        std::function<void(int)> const fromCallback = mayThrow;
-        solver.setCallBackArg(const_cast<std::function<void(int)>*>(&fromCallback));
+        Scripted<> costFun = valley();
+        costFun.fun = [&](Vector const& p, Vector& r) { mayThrow(0), r = valley().getFunValue(p); };
+        costFun.jac = [&](Vector const& p, Matrix& J) { mayThrow(1), J = valley().getJacValue(p); };
+        OpenSolver solver(costFun, valleyStart);
+        solver.setCallBackArg(&mayThrow);
         solver.setCallBackFcn([](LMSolver const& running) {
             (*static_cast<std::function<void(int)>*>(running.getCallBackArg()))(2);
             return true;
         });
         EXPECT_THROW(solver.solve(), std::out_of_range) << thrower;
         EXPECT_EQ(solver.getOptimFlag(), LMSolver::Ready) << thrower;
-        EXPECT_MATH_ERROR(solver.getVecSol(), solveFirst);
         solver.solve();
         EXPECT_EQ(solver.getVecSol().equals(valleySolution, 1e-12), 1) << thrower;
-        EXPECT_DOUBLE_EQ(solver.getRMSBefore(), inner.getRMS(valleyStart))
-            << "from the start again";
+        EXPECT_EQ(solver.getRMSBefore(), valley().getRMS(valleyStart)) << "from the start again";
     }
 }
 
 // A function whose results do not fit must not be read beyond their ends.
 TEST_F(LMSolvers, RefuseResultsOfWrongSize)
 {
-    class Narrow : public Scripted<> {
+    class Loose : public Scripted<> {
     public:
         Vector const& getFunValue(Vector const&) override { return r; }
         Matrix const& getJacValue(Vector const&) override { return J; }
         Vector r = Vector(4);
-        Matrix J = Matrix(4, 2);
+        Matrix J = Matrix(3, 2);
     };
-    Narrow costFun;
+    Loose costFun;
     costFun.initCostFun(4, 2);
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
-    solver.setInitVecSol(Vector(2));
-    costFun.J = Matrix(3, 2);
+    OpenSolver solver(costFun, Vector(2));
     EXPECT_MATH_ERROR(solver.solve(), "Cost function gives a Jacobian of wrong size");
     costFun.r = Vector(3);
     EXPECT_MATH_ERROR(solver.solve(), "Cost function gives a wrong number of residuals");
@@ -541,20 +455,8 @@ TEST_F(LMSolvers, TakeNoMemoryForAnIteration)
         HeapCounter heap;
         std::array<std::size_t, 1000> taken = {};
     } count;
-    Scripted<> costFun;  // Rosenbrock's function once more, and a thousand residuals of 0
-    costFun.initCostFun(1002, 2);
-    costFun.fun = [](Vector const& p, Vector& r) {
-        r[0] = 10.0 * (p[1] - p[0] * p[0]);
-        r[1] = 1.0 - p[0];
-    };
-    costFun.jac = [](Vector const& p, Matrix& J) {
-        J[0][0] = -20.0 * p[0];
-        J[0][1] = 10.0;
-        J[1][0] = -1.0;
-    };
-    LMMinPack solver;
-    solver.setCostFun(&costFun);
-    solver.setInitVecSol(valleyStart);
+    Scripted<> costFun = valley(1002);
+    OpenSolver solver(costFun, valleyStart);
     solver.setCallBackArg(&count);
     solver.setCallBackFcn([](LMSolver const& running) {
         auto& counted = *static_cast<Count*>(running.getCallBackArg());

@@ -11,70 +11,34 @@ struct Dual {
     double value = 0.0;
     std::array<double, most> by{};
 
-    Dual() = default;
-    Dual(double constant) : value(constant) {}  // implicit, as in formulas
+    Dual(double constant = 0.0) : value(constant) {}  // implicit, as in formulas
 
-    static Dual variable(double value, int index)
+    /// f(a, b) from its value and its partial derivatives.
+    Dual(double f, double fa, Dual const& a, double fb = 0.0, Dual const& b = {}) : value(f)
     {
-        Dual x(value);
-        x.by[static_cast<std::size_t>(index)] = 1.0;
-        return x;
+        for (std::size_t i = 0; i < most; ++i) by[i] = fa * a.by[i] + fb * b.by[i];
+    }
+
+    friend Dual operator-(Dual const& a) { return {-a.value, -1, a}; }
+    friend Dual operator+(Dual const& a, Dual const& b) { return {a.value + b.value, 1, a, 1, b}; }
+    friend Dual operator-(Dual const& a, Dual const& b) { return {a.value - b.value, 1, a, -1, b}; }
+    friend Dual operator*(Dual const& a, Dual const& b)
+    {
+        return {a.value * b.value, b.value, a, a.value, b};
+    }
+    friend Dual operator/(Dual const& a, Dual const& b)
+    {
+        double const f = a.value / b.value;
+        return {f, 1 / b.value, a, -f / b.value, b};
+    }
+    friend Dual exp(Dual const& a) { return {std::exp(a.value), std::exp(a.value), a}; }
+    friend Dual sqrt(Dual const& a) { return {std::sqrt(a.value), 0.5 / std::sqrt(a.value), a}; }
+    friend Dual cos(Dual const& a) { return {std::cos(a.value), -std::sin(a.value), a}; }
+    friend Dual sin(Dual const& a) { return {std::sin(a.value), std::cos(a.value), a}; }
+    friend Dual atan(Dual const& a) { return {std::atan(a.value), 1 / (1 + a.value * a.value), a}; }
+    friend Dual pow(Dual const& a, Dual const& b)
+    {
+        double const f = std::pow(a.value, b.value);
+        return {f, b.value * f / a.value, a, std::log(a.value) * f, b};
     }
 };
-
-/// f(a) and f(a, b) from the value and the partial derivatives.
-inline Dual chain(double value, double da, Dual const& a, double db = 0.0, Dual const& b = {})
-{
-    Dual f(value);
-    for (std::size_t i = 0; i < Dual::most; ++i) f.by[i] = da * a.by[i] + db * b.by[i];
-    return f;
-}
-
-inline Dual operator+(Dual const& a, Dual const& b)
-{
-    return chain(a.value + b.value, 1, a, 1, b);
-}
-inline Dual operator-(Dual const& a, Dual const& b)
-{
-    return chain(a.value - b.value, 1, a, -1, b);
-}
-inline Dual operator-(Dual const& a)
-{
-    return chain(-a.value, -1, a);
-}
-inline Dual operator*(Dual const& a, Dual const& b)
-{
-    return chain(a.value * b.value, b.value, a, a.value, b);
-}
-inline Dual operator/(Dual const& a, Dual const& b)
-{
-    double const f = a.value / b.value;
-    return chain(f, 1 / b.value, a, -f / b.value, b);
-}
-inline Dual exp(Dual const& a)
-{
-    double const f = std::exp(a.value);
-    return chain(f, f, a);
-}
-inline Dual cos(Dual const& a)
-{
-    return chain(std::cos(a.value), -std::sin(a.value), a);
-}
-inline Dual sin(Dual const& a)
-{
-    return chain(std::sin(a.value), std::cos(a.value), a);
-}
-inline Dual atan(Dual const& a)
-{
-    return chain(std::atan(a.value), 1 / (1 + a.value * a.value), a);
-}
-inline Dual sqrt(Dual const& a)
-{
-    double const f = std::sqrt(a.value);
-    return chain(f, 0.5 / f, a);
-}
-inline Dual pow(Dual const& a, Dual const& b)
-{
-    double const f = std::pow(a.value, b.value);
-    return chain(f, b.value * f / a.value, a, std::log(a.value) * f, b);
-}

@@ -1,0 +1,307 @@
+#include "support/PublishedProblems.h"
+
+#include "support/ReferenceValues.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+
+using X = Dual const*;    // variables
+using T = double const*;  // predictors of one response
+
+struct Model {
+    char const* name;
+    Dual (*response)(X b, T t);
+    int nbPredictors = 1;
+};
+
+Dual saturation(X b, T t)
+{
+    return b[0] * (1.0 - exp(-b[1] * t[0]));
+}
+
+Dual chwirut(X b, T t)
+{
+    return exp(-b[0] * t[0]) / (b[1] + b[2] * t[0]);
+}
+
+Dual lanczos(X b, T t)
+{
+    return b[0] * exp(-b[1] * t[0]) + b[2] * exp(-b[3] * t[0]) + b[4] * exp(-b[5] * t[0]);
+}
+
+Dual peak(Dual const& height, Dual const& centre, Dual const& width, double t)
+{
+    Dual const u = (t - centre) / width;
+    return height * exp(-u * u);
+}
+
+Dual gauss(X b, T t)
+{
+    return b[0] * exp(-b[1] * t[0]) + peak(b[2], b[3], b[4], t[0]) + peak(b[5], b[6], b[7], t[0]);
+}
+
+Dual cubics(X b, T t)
+{
+    return (b[0] + t[0] * (b[1] + t[0] * (b[2] + t[0] * b[3]))) /
+           (1.0 + t[0] * (b[4] + t[0] * (b[5] + t[0] * b[6])));
+}
+
+Dual wave(Dual const& a, Dual const& b, Dual const& period, double t)
+{
+    Dual const angle = 2.0 * pi * t / period;
+    return a * cos(angle) + b * sin(angle);
+}
+
+Dual enso(X b, T t)
+{
+    return b[0] + wave(b[1], b[2], 12.0, t[0]) + wave(b[4], b[5], b[3], t[0]) +
+           wave(b[7], b[8], b[6], t[0]);
+}
+
+Model const models[] = {
+    {"Misra1a", saturation},
+    {"Chwirut2", chwirut},
+    {"Chwirut1", chwirut},
+    {"Lanczos3", lanczos},
+    {"Gauss1", gauss},
+    {"Gauss2", gauss},
+    {"DanWood", [](X b, T t) { return b[0] * pow(t[0], b[1]); }},
+    {"Misra1b",
+     [](X b, T t) {
+         Dual const u = 1.0 + b[1] * t[0] / 2.0;
+         return b[0] * (1.0 - 1.0 / (u * u));
+     }},
+    {"Kirby2",
+     [](X b, T t) {
+         return (b[0] + t[0] * (b[1] + t[0] * b[2])) / (1.0 + t[0] * (b[3] + t[0] * b[4]));
+     }},
+    {"Hahn1", cubics},
+    {"Nelson", [](X b, T t) { return b[0] - b[1] * t[0] * exp(-b[2] * t[1]); }, 2},
+    {"MGH17", [](X b, T t) { return b[0] + b[1] * exp(-t[0] * b[3]) + b[2] * exp(-t[0] * b[4]); }},
+    {"Lanczos1", lanczos},
+    {"Lanczos2", lanczos},
+    {"Gauss3", gauss},
+    {"Misra1c", [](X b, T t) { return b[0] * (1.0 - 1.0 / sqrt(1.0 + 2.0 * b[1] * t[0])); }},
+    {"Misra1d", [](X b, T t) { return b[0] * b[1] * t[0] / (1.0 + b[1] * t[0]); }},
+    {"Roszman1", [](X b, T t) { return b[0] - b[1] * t[0] - atan(b[2] / (t[0] - b[3])) / pi; }},
+    {"ENSO", enso},
+    {"MGH09", [](X b, T t) { return b[0] * t[0] * (t[0] + b[1]) / (t[0] * (t[0] + b[2]) + b[3]); }},
+    {"Thurber", cubics},
+    {"BoxBOD", saturation},
+    {"Rat42", [](X b, T t) { return b[0] / (1.0 + exp(b[1] - b[2] * t[0])); }},
+    {"MGH10", [](X b, T t) { return b[0] * exp(b[1] / (t[0] + b[2])); }},
+    {"Eckerle4",
+     [](X b, T t) { return peak(b[0] / b[1], b[2], b[1] * std::numbers::sqrt2, t[0]); }},
+    {"Rat43", [](X b, T t) { return b[0] / pow(1.0 + exp(b[1] - b[2] * t[0]), 1.0 / b[3]); }},
+    {"Bennett5", [](X b, T t) { return b[0] * pow(b[1] + t[0], -1.0 / b[2]); }},
+};
+
+std::vector<Problem> readNistProblems()
+{
+    auto const rows = readReference("nist_strd.csv");
+    std::vector<Problem> problems;
+    auto row = rows.begin();
+    for (Model const& model : models) {
+        std::vector<double> y = row[6];
+        if (model.nbPredictors == 2)  // Nelson: its response is log(y)
+            for (double& yi : y) yi = std::log(yi);
+        auto const residuals = [model, t = row[5], y](X b, Dual* f) {
+            for (std::size_t i = 0; i < y.size(); ++i)
+                f[i] = model.response(b, &t[i * model.nbPredictors]) - y[i];
+        };
+        problems.push_back({model.name,
+                            static_cast<int>(y.size()),
+                            {toVector(row[0]), toVector(row[1])},
+                            row[4].at(0),
+                            residuals,
+                            toVector(row[2]),
+                            toVector(row[3])});
+        row += 7;
+    }
+    return problems;
+}
+
+std::vector<Dual> evaluate(Problem const& problem, double const* x, int n)
+{
+    std::vector<Dual> variables(x, x + n);
+    for (int j = 0; j < n; ++j) variables[j].by[j] = 1.0;
+    std::vector<Dual> f(problem.m);
+    problem.function(variables.data(), f.data());
+    return f;
+}
+
+// In the order of the paper: function n of 35 is (n) there.
+void rosenbrock(X x, Dual* f, int)  // (1)
+{
+    f[0] = 10.0 * (x[1] - x[0] * x[0]);
+    f[1] = 1.0 - x[0];
+}
+
+void freudensteinRoth(X x, Dual* f, int)  // (2)
+{
+    f[0] = x[0] - 13.0 + ((5.0 - x[1]) * x[1] - 2.0) * x[1];
+    f[1] = x[0] - 29.0 + ((x[1] + 1.0) * x[1] - 14.0) * x[1];
+}
+
+void powellBadlyScaled(X x, Dual* f, int)  // (3)
+{
+    f[0] = 1e4 * x[0] * x[1] - 1.0;
+    f[1] = exp(-x[0]) + exp(-x[1]) - 1.0001;
+}
+
+void jennrichSampson(X x, Dual* f, int)  // (6)
+{
+    for (int i = 1; i <= 10; ++i) f[i - 1] = 2.0 + 2.0 * i - (exp(i * x[0]) + exp(i * x[1]));
+}
+
+void helicalValley(X x, Dual* f, int)  // (7)
+{
+    Dual const turns = atan(x[1] / x[0]) / (2.0 * pi) + (x[0].value < 0.0 ? 0.5 : 0.0);
+    f[0] = 10.0 * (x[2] - 10.0 * turns);
+    f[1] = 10.0 * (sqrt(x[0] * x[0] + x[1] * x[1]) - 1.0);
+    f[2] = x[2];
+}
+
+void brownDennis(X x, Dual* f, int)  // (16)
+{
+    for (int i = 1; i <= 20; ++i) {
+        double const t = i / 5.0;
+        Dual const a = x[0] + t * x[1] - std::exp(t);
+        Dual const b = x[2] + std::sin(t) * x[3] - std::cos(t);
+        f[i - 1] = a * a + b * b;
+    }
+}
+
+void brownAlmostLinear(X x, Dual* f, int n)  // (27)
+{
+    Dual sum = -(n + 1.0);
+    Dual product = 1.0;
+    for (int j = 0; j < n; ++j) {
+        sum = sum + x[j];
+        product = product * x[j];
+    }
+    for (int i = 0; i < n - 1; ++i) f[i] = x[i] + sum;
+    f[n - 1] = product - 1.0;
+}
+
+void discreteBoundaryValue(X x, Dual* f, int n)  // (28)
+{
+    double const h = 1.0 / (n + 1);
+    for (int i = 0; i < n; ++i) {
+        Dual const u = x[i] + (i + 1) * h + 1.0;
+        f[i] = 2.0 * x[i] - (i > 0 ? x[i - 1] : 0.0) - (i + 1 < n ? x[i + 1] : 0.0) +
+               h * h / 2.0 * u * u * u;
+    }
+}
+
+void broydenTridiagonal(X x, Dual* f, int n)  // (30)
+{
+    for (int i = 0; i < n; ++i)
+        f[i] = (3.0 - 2.0 * x[i]) * x[i] - (i > 0 ? x[i - 1] : 0.0) -
+               2.0 * (i + 1 < n ? x[i + 1] : 0.0) + 1.0;
+}
+
+using MghFunction = void (*)(X x, Dual* f, int n);
+
+Problem mgh(std::string const& name, int m, Vector const& start, double minimum, MghFunction f)
+{
+    int const n = start.getSize();
+    return {name, m, {start}, minimum, [=](X x, Dual* residuals) { f(x, residuals, n); }};
+}
+
+template <MghFunction f>
+Problem mghSystem(std::string const& name, Vector const& start)
+{
+    Problem problem = mgh(name, start.getSize(), start, 0.0, f);
+    problem.system = [](int* n, double* x, double* fvec, int*) {
+        std::vector<Dual> const values = evaluate(mgh("", *n, Vector(*n), 0.0, f), x, *n);
+        for (int i = 0; i < *n; ++i) fvec[i] = values[i].value;
+    };
+    problem.systemWithJacobian = [](int* n, double* x, double* fvec, double* fjac, int* ldfjac,
+                                    int* iflag) {
+        std::vector<Dual> const values = evaluate(mgh("", *n, Vector(*n), 0.0, f), x, *n);
+        for (int i = 0; i < *n; ++i) {
+            if (*iflag != 2) fvec[i] = values[i].value;
+            for (int j = 0; j < *n && *iflag == 2; ++j) fjac[i + j * *ldfjac] = values[i].by[j];
+        }
+    };
+    return problem;
+}
+
+Vector filled(int n, double value)
+{
+    Vector v(n);
+    std::fill(v.begin(), v.end(), value);
+    return v;
+}
+
+}  // namespace
+
+std::vector<Problem> const& nistProblems()
+{
+    static std::vector<Problem> const problems = readNistProblems();
+    return problems;
+}
+
+Problem const& nistProblem(std::string const& name)
+{
+    return *std::ranges::find(nistProblems(), name, &Problem::name);
+}
+
+std::vector<Problem> mghLeastSquares()
+{
+    return {
+        mgh("Rosenbrock", 2, Vector::of({-1.2, 1.0}), 0.0, rosenbrock),
+        mgh("Freudenstein-Roth", 2, Vector::of({0.5, -2.0}), 48.9842, freudensteinRoth),
+        mgh("Powell badly scaled", 2, Vector::of({0.0, 1.0}), 0.0, powellBadlyScaled),
+        mgh("Jennrich-Sampson", 10, Vector::of({0.3, 0.4}), 124.362, jennrichSampson),
+        mgh("helical valley", 3, Vector::of({-1.0, 0.0, 0.0}), 0.0, helicalValley),
+        mgh("Brown-Dennis", 20, Vector::of({25.0, 5.0, -5.0, -1.0}), 85822.2, brownDennis),
+    };
+}
+
+std::vector<Problem> mghSystems()
+{
+    return {
+        mghSystem<rosenbrock>("Rosenbrock", Vector::of({-1.2, 1.0})),
+        mghSystem<powellBadlyScaled>("Powell badly scaled", Vector::of({0.0, 1.0})),
+        mghSystem<helicalValley>("helical valley", Vector::of({-1.0, 0.0, 0.0})),
+        mghSystem<brownAlmostLinear>("Brown almost-linear", filled(7, 0.5)),
+        mghSystem<discreteBoundaryValue>("discrete boundary value",
+                                         Vector::of({-0.1875, -0.25, -0.1875})),
+        mghSystem<broydenTridiagonal>("Broyden tridiagonal", filled(9, -1.0)),
+    };
+}
+
+ProblemCostFun::ProblemCostFun(Problem const& problem) : _problem(problem)
+{
+    initCostFun(static_cast<unsigned int>(problem.m), problem.starts[0].size());
+}
+
+void ProblemCostFun::computeFunValue(Vector const& params)
+{
+    std::vector<Dual> const f = evaluate(_problem, params.begin(), params.getSize());
+    std::ranges::transform(f, _funValue.begin(), &Dual::value);
+}
+
+void ProblemCostFun::computeAnaJacValue(Vector const& params)
+{
+    int const n = params.getSize();
+    std::vector<Dual> const f = evaluate(_problem, params.begin(), n);
+    for (int i = 0; i < _problem.m; ++i) std::copy_n(f[i].by.begin(), n, _jacValue[i]);
+}
+
+double correctDigits(Vector const& actual, Vector const& certified)
+{
+    double digits = 11.0;
+    for (int j = 0; j < certified.getSize(); ++j) {
+        double const error = std::abs(actual[j] - certified[j]) / std::abs(certified[j]);
+        digits = std::min(digits, error < 1.0 ? -std::log10(error) : 0.0);  // NaN: 0
+    }
+    return digits;
+}
