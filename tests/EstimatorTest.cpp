@@ -4,6 +4,7 @@
 #include "math/PlanEstimator.h"
 #include "math/Random.h"
 #include "math/Ransac.h"
+#include "math/SVDSolver.h"
 
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
@@ -12,6 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <initializer_list>
 #include <limits>
 #include <set>
 
@@ -331,6 +334,67 @@ TEST(RobustPlane, FlagsExactlyThePlantedOutliers)
                 EXPECT_EQ(inliers.size() + lmeds.getNbOutliers(), planted.data.size());
             }
         }
+    }
+}
+
+// Derived classes are refitted by the copy of the inliers, the models themselves without it.
+template <class Model> struct Copying : Model {
+    bool preProcessing(Points const& coll) override
+    {
+        fitted = coll;
+        return true;
+    }
+    Points fitted;
+};
+
+template <class Model>
+void expectRefitOfInliers(Points const& data, std::function<void(Model&, Copying<Model>&)> const& compare)
+{
+    Model model;
+    Copying<Model> copying;
+    for (Estimator* const estimator : std::initializer_list<Estimator*>{&model, &copying}) {
+        estimator->setDataColl(data);
+        Ransac ransac;
+        ransac.setEstimator(estimator);
+        ransac.setOutliersThreshold(0.08);
+        initRandGene(3);
+        ASSERT_TRUE(ransac.robustEstimation());
+        if (estimator != &copying) continue;
+        Points inliers;
+        ransac.getInlierColl(inliers);
+        EXPECT_EQ(inliers.size() + ransac.getNbOutliers(), data.size());
+        ASSERT_EQ(copying.fitted.size(), inliers.size());
+        for (std::size_t i = 0; i < inliers.size(); ++i)
+            EXPECT_TRUE(copying.fitted[i] == inliers[i]) << i;
+    }
+    compare(model, copying);
+}
+
+TEST(RobustRefit, IsTheFitOfTheInliers)
+{
+    RandomData random(10);
+    for (int const n : {20, 60, 700, 3000}) {  // few, one block of rows and several
+        Points const data = plantedPlane(random, Plane(random, 10.0), n, 0.3, 0.01).data;
+        expectRefitOfInliers<PlanEstimator>(data, [&](auto& plan, auto& copying) {
+            Matrix A(copying.fitted.size(), 4);
+            for (int i = 0; i < A.getRow(); ++i)
+                for (int k = 0; k < 4; ++k)
+                    A[i][k] = k == 3 ? -1.0 : copying.fitted[static_cast<std::size_t>(i)][k];
+            SVDSolver solver;
+            solver.solve(A);
+            constexpr double digits = 1e-11;  // 16 less those of the condition number, about 1e4
+            for (PlanEstimator* const fit : {&plan, static_cast<PlanEstimator*>(&copying)}) {
+                Vector const p = fit->getEstimParams();
+                EXPECT_NEAR(std::abs(p.dot(solver.getVecSol())), 1.0, digits);
+                EXPECT_LT((fit->getEstimCov() - solver.getCov()).frobeniusNorm(), digits * solver.getCov().frobeniusNorm());
+                EXPECT_NEAR(fit->getRMS3D() * fit->getNormal().length(), solver.getRMS(), digits * solver.getRMS());
+            }
+        });
+        Points flat;
+        for (Vector const& p : data) flat.push_back(Vector::of({p[0], 0.1 * p[0] + (flat.size() % 3 == 0 ? p[1] : 0.0)}));
+        expectRefitOfInliers<LineEstimator>(flat, [](auto& line, auto& copying) {
+            EXPECT_TRUE(line.getEstimParams() == copying.getEstimParams());
+        });
     }
 }
 

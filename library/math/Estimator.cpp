@@ -44,6 +44,11 @@ Estimator::~Estimator() = default;
 
 void Estimator::requireInit() const { require(_nbMinData != unset, "Init estimator before use"); }
 
+void Estimator::requireEnough(std::size_t nbData) const
+{
+    require(nbData >= _nbMinData, "Not enough data to ensure nbMinData");
+}
+
 void Estimator::requireData() const { require(!_dataColl->empty(), "Set DataColl before use"); }
 
 void Estimator::requireEstimated() const { require(_isEstimated, "Call estim before use"); }
@@ -110,7 +115,7 @@ void Estimator::init(unsigned int nbParams, unsigned int nbMinData)
 void Estimator::setDataColl(std::vector<Vector> const& dataColl)
 {
     requireInit();
-    require(dataColl.size() >= _nbMinData, "Not enough data to ensure nbMinData");
+    requireEnough(dataColl.size());
 
     unsigned int const dimension = commonSize(dataColl);
     std::vector<double> coordinates = packed(dataColl, dimension);
@@ -124,12 +129,16 @@ void Estimator::setDataColl(std::vector<Vector> const& dataColl)
 
 bool Estimator::estim() { return estim(getDataColl()); }
 
-bool Estimator::estim(std::vector<Vector> const& dataColl)
+void Estimator::beginEstim(std::size_t nbData)
 {
     requireInit();
-    require(dataColl.size() >= _nbMinData, "Not enough data to ensure nbMinData");
-
+    requireEnough(nbData);
     _isEstimated = false;
+}
+
+bool Estimator::estim(std::vector<Vector> const& dataColl)
+{
+    beginEstim(dataColl.size());
     _isEstimated = preProcessing(dataColl) && computeEstimation(dataColl) && postProcessing(dataColl);
     return _isEstimated;
 }
@@ -165,3 +174,20 @@ void Estimator::computeDataRandomSample(std::vector<Vector>& sample) const
 bool Estimator::preProcessing(std::vector<Vector> const& /*dataColl*/) { return true; }
 
 bool Estimator::postProcessing(std::vector<Vector> const& /*dataColl*/) { return true; }
+
+bool Estimator::estimInliers(std::vector<bool> const& isOutlier)
+{
+    std::vector<Vector> inliers;
+    collectInliers(isOutlier, inliers);
+    return estim(inliers);
+}
+
+void Estimator::collectInliers(std::vector<bool> const& isOutlier,
+                               std::vector<Vector>& inliers) const
+{
+    inliers.clear();
+    inliers.reserve(
+        static_cast<std::size_t>(std::count(isOutlier.begin(), isOutlier.end(), false)));
+    for (std::size_t i = 0; i < isOutlier.size(); ++i)
+        if (!isOutlier[i]) inliers.push_back((*_dataColl)[i]);
+}

@@ -4,6 +4,7 @@
 #include "math/Matrix.h"
 #include "math/Vector.h"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -103,6 +104,15 @@ protected:
     /// Step after `computeEstimation`; false ends the fit. By default true.
     virtual bool postProcessing(std::vector<Vector> const& dataColl);
 
+    /// The refit of a robust controller: `estim` of the inliers, which are the data of the stored
+    /// collection whose flag is false. A model may save the copy of them.
+    virtual bool estimInliers(std::vector<bool> const& isOutlier);
+
+    /// Begins a fit to so many data: clears the estimated state.
+    /// @throws MathError "Init estimator before use", "Not enough data to ensure nbMinData"; the
+    ///         state is then kept.
+    void beginEstim(std::size_t nbData);
+
     std::unique_ptr<Vector> _estimParams;            ///< Parameters; its size is their number.
     std::unique_ptr<Matrix> _estimCov;               ///< Covariance of the parameters.
     bool _isEstimated = false;                       ///< Set by a complete successful `estim`.
@@ -113,8 +123,10 @@ private:
     friend class RobustCtrl;  // drives samples and inlier refits, and clears a failed estimate
 
     void requireInit() const;
+    void requireEnough(std::size_t nbData) const;
     void requireData() const;
     void requireEstimated() const;
+    void collectInliers(std::vector<bool> const& isOutlier, std::vector<Vector>& inliers) const;
 
     std::vector<double> _packed;      // coordinate k of datum i at k · n + i
     unsigned int _packedDimension = 0;

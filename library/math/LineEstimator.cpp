@@ -1,6 +1,13 @@
 #include "math/LineEstimator.h"
 
+#include "math/internal/PointViews.h"
+
 #include <cmath>
+#include <typeinfo>
+
+using measuremath::CollectionView;
+using measuremath::Coordinates;
+using measuremath::InlierView;
 
 namespace {
 
@@ -29,24 +36,24 @@ struct Scatter {
     double sxx = 0.0, syy = 0.0, sxy = 0.0;
 };
 
-Scatter scatterOf(std::vector<Vector> const& coll)
+template <class Points> Scatter scatterOf(Points const& points)
 {
-    double const n = static_cast<double>(coll.size());
-    Vector const& first = coll.front();  // sums about it: a far origin costs no digits
+    double const n = static_cast<double>(points.size());
+    auto const [x0, y0] = points.front();  // sums about it: a far origin costs no digits
     Scatter s;
-    for (Vector const& datum : coll) {
-        s.x += datum[0] - first[0];
-        s.y += datum[1] - first[1];
-    }
-    s.x = first[0] + s.x / n;
-    s.y = first[1] + s.y / n;
-    for (Vector const& datum : coll) {
-        double const dx = datum[0] - s.x;
-        double const dy = datum[1] - s.y;
+    points.forEach([&](Coordinates<2> const& p) {
+        s.x += p[0] - x0;
+        s.y += p[1] - y0;
+    });
+    s.x = x0 + s.x / n;
+    s.y = y0 + s.y / n;
+    points.forEach([&](Coordinates<2> const& p) {
+        double const dx = p[0] - s.x;
+        double const dy = p[1] - s.y;
         s.sxx += dx * dx;
         s.syy += dy * dy;
         s.sxy += dx * dy;
-    }
+    });
     s.sxx /= n;
     s.syy /= n;
     s.sxy /= n;
@@ -61,15 +68,18 @@ Line lineThrough(Scatter const& s, double direction)
     return {theta, std::cos(theta) * s.y - std::sin(theta) * s.x};
 }
 
-double sumOfSquares(Line const& line, std::vector<Vector> const& coll)
+// Whether the squared distances to `a` have the smaller sum.
+template <class Points> bool isCloser(Line const& a, Line const& b, Points const& points)
 {
-    LineDistance const distance(line);
-    double sum = 0.0;
-    for (Vector const& datum : coll) {
-        double const r = distance(datum[0], datum[1]);
-        sum += r * r;
-    }
-    return sum;
+    LineDistance const distanceToA(a), distanceToB(b);
+    double sumA = 0.0, sumB = 0.0;
+    points.forEach([&](Coordinates<2> const& p) {
+        double const toA = distanceToA(p[0], p[1]);
+        double const toB = distanceToB(p[0], p[1]);
+        sumA += toA * toA;
+        sumB += toB * toB;
+    });
+    return sumA < sumB;
 }
 
 }  // namespace
@@ -84,7 +94,23 @@ void LineEstimator::setDataColl(std::vector<Vector> const& dataColl)
 
 bool LineEstimator::computeEstimation(std::vector<Vector> const& dataColl)
 {
-    Scatter const s = scatterOf(dataColl);
+    return fit(CollectionView<2>(dataColl));
+}
+
+bool LineEstimator::estimInliers(std::vector<bool> const& isOutlier)
+{
+    // A derived class may have steps of its own, on the collection.
+    if (typeid(*this) != typeid(LineEstimator)) return Estimator::estimInliers(isOutlier);
+
+    InlierView<2> const inliers(isOutlier, {getPackedCoordinate(0), getPackedCoordinate(1)});
+    beginEstim(inliers.size());
+    _isEstimated = fit(inliers);
+    return _isEstimated;
+}
+
+template <class Points> bool LineEstimator::fit(Points const& points)
+{
+    Scatter const s = scatterOf(points);
     double const diff = s.sxx - s.syy;
     bool const isotropic = diff == 0.0 && s.sxy == 0.0;
     if (isotropic || !std::isfinite(diff) || !std::isfinite(s.sxy)) return false;
@@ -93,8 +119,7 @@ bool LineEstimator::computeEstimation(std::vector<Vector> const& dataColl)
     double const alpha = diff == 0.0 ? pi / 4 : 0.5 * std::atan2(2.0 * s.sxy / diff, 1.0);
     Line const along = lineThrough(s, alpha);
     Line const across = lineThrough(s, alpha + pi / 2);
-    bool const alongIsBetter = sumOfSquares(along, dataColl) < sumOfSquares(across, dataColl);
-    Line const& best = alongIsBetter ? along : across;
+    Line const& best = isCloser(along, across, points) ? along : across;
 
     *_estimParams = Vector::of({best.theta, best.rho});
     return true;

@@ -23,8 +23,14 @@ protected:
     bool computeEstimation(std::vector<Vector> const& dataColl) override;
     void computeResiduals(Vector const& params, Vector& residuals) const override;
 
+    bool estimInliers(std::vector<bool> const& isOutlier) override;
+
     /// One residual for each datum (x, y) of `coll`.
     /// @throws MathError "Uncompatible vector/coll sizes", "Invalid parameters vector size"
     static void computeResiduals(Vector const& params, std::vector<Vector> const& coll,
                                  Vector& residuals);
+
+private:
+    template <class Points>
+    bool fit(Points const& points);
 };

@@ -2,9 +2,17 @@
 
 #include "math/SVDSolver.h"
 #include "math/internal/Elementwise.h"
+#include "math/internal/PointViews.h"
+#include "math/internal/TriangularFactor.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <typeinfo>
+
+using measuremath::CollectionView;
+using measuremath::Coordinates;
+using measuremath::InlierView;
 
 namespace {
 
@@ -30,16 +38,37 @@ struct PlaneDistance {
     double offset;
 };
 
-// One row (x, y, z, -1) a point.
-Matrix systemOf(std::vector<Vector> const& coll)
+// Of the equation a·x + b·y + c·z - d = 0.
+std::array<double, 4> rowOf(Coordinates<3> const& p)
 {
-    Matrix system(coll.size(), 4, Matrix::NO_INIT);
-    double* row = system.begin();
-    for (Vector const& datum : coll) {
-        row = std::copy_n(datum.begin(), 3, row);
-        *row++ = -1.0;
+    return {p[0], p[1], p[2], -1.0};
+}
+
+// One row a point. Of many points the triangular factor, which has the same solution and singular
+// values.
+template <class Points> Matrix systemOf(Points const& points)
+{
+    constexpr std::size_t few = 32;
+    if (points.size() >= few) {
+        measuremath::TriangularFactor factor(4);
+        points.forEach([&](Coordinates<3> const& p) { factor.addRow(rowOf(p).data()); });
+        return factor.get();
     }
+    Matrix system(points.size(), 4, Matrix::NO_INIT);
+    double* out = system.begin();
+    points.forEach([&](Coordinates<3> const& p) { out = std::copy_n(rowOf(p).begin(), 4, out); });
     return system;
+}
+
+// Of the values of the equations.
+template <class Points> double sumOfSquares(Points const& points, double const* params)
+{
+    double sum = 0.0;
+    points.forEach([&](Coordinates<3> const& p) {
+        double const r = p[0] * params[0] + p[1] * params[1] + p[2] * params[2] - params[3];
+        sum += r * r;
+    });
+    return sum;
 }
 
 }  // namespace
@@ -66,14 +95,35 @@ void PlanEstimator::setDataColl(std::vector<Vector> const& dataColl)
 
 bool PlanEstimator::computeEstimation(std::vector<Vector> const& dataColl)
 {
-    Matrix const system = systemOf(dataColl);
+    return fit(CollectionView<3>(dataColl));
+}
+
+bool PlanEstimator::estimInliers(std::vector<bool> const& isOutlier)
+{
+    // A derived class may have steps of its own, on the collection.
+    if (typeid(*this) != typeid(PlanEstimator)) return Estimator::estimInliers(isOutlier);
+
+    InlierView<3> const inliers(isOutlier, {getPackedCoordinate(0), getPackedCoordinate(1),
+                                            getPackedCoordinate(2)});
+    beginEstim(inliers.size());
+    _isEstimated = fit(inliers);
+    return _isEstimated;
+}
+
+template <class Points> bool PlanEstimator::fit(Points const& points)
+{
+    Matrix const system = systemOf(points);
     if (!measuremath::allFinite(system.begin(), system.size())) return false;
     _solver->solve(system);
     if (_solver->getMatRank() < 3) return false;
 
     *_estimParams = _solver->getVecSol();
     *_estimCov = _solver->getCov();
-    _rms3D = _solver->getRMS() / normalLength(_solver->getVecSol().begin());
+    double const* const params = _solver->getVecSol().begin();
+    double const squares = sumOfSquares(points, params);
+    double const n = static_cast<double>(points.size());
+    if (system.getNbRow() < points.size()) *_estimCov *= squares / (n - 4.0);
+    _rms3D = std::sqrt(squares / n) / normalLength(params);
     return true;
 }
 

@@ -46,6 +46,8 @@ protected:
     bool computeEstimation(std::vector<Vector> const& dataColl) override;
     void computeResiduals(Vector const& params, Vector& residuals) const override;
 
+    bool estimInliers(std::vector<bool> const& isOutlier) override;
+
     /// One residual for each datum (x, y, z) of `coll`.
     /// @throws MathError "Uncompatible vector/coll sizes", "Invalid parameters vector size"
     static void computeResiduals(Vector const& params, std::vector<Vector> const& coll,
@@ -53,4 +55,8 @@ protected:
 
     std::unique_ptr<SVDSolver> _solver;  ///< Solves the homogeneous system of the fit.
     double _rms3D = -1.0;                ///< RMS distance of the last fit.
+
+private:
+    template <class Points>
+    bool fit(Points const& points);
 };

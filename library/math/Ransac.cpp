@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -50,6 +51,7 @@ bool Ransac::filterData()
     unsigned int nbSamples =
         ratio >= 1.0 ? std::numeric_limits<unsigned int>::max() : computeNbSamples(ratio);
     Vector residuals(n, Vector::ZERO);
+    Vector bestResiduals;
     unsigned int bestSupport = 0;
     unsigned int failures = 0;
     unsigned int trial = 0;
@@ -63,7 +65,8 @@ bool Ransac::filterData()
         unsigned int const support = countInliers(residuals, _outliersThreshold);
         if (support > bestSupport) {
             bestSupport = support;
-            flagOutliers(residuals, _outliersThreshold, *_outlierFlags);
+            std::swap(residuals, bestResiduals);
+            if (residuals.empty()) residuals = Vector(n, Vector::NO_INIT);
             if (support >= enough) break;
             // The budget counts from the first trial: a better sample shortens what is left.
             double const sampleRatio = static_cast<double>(n - support) / n;
@@ -74,5 +77,6 @@ bool Ransac::filterData()
         }
         ++trial;
     }
+    if (bestSupport > 0) flagOutliers(bestResiduals, _outliersThreshold, *_outlierFlags);
     return failures < maxFailures;
 }

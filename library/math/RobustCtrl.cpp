@@ -69,12 +69,17 @@ bool RobustCtrl::robustEstimation()
 
 bool RobustCtrl::refitOnInliers()
 {
-    std::vector<Vector> inliers;
-    collectInliers(inliers);
-    if (!_estimator->estim(inliers)) return false;
+    requireFlagOfEach();
+    if (!_estimator->estimInliers(*_outlierFlags)) return false;
     *_estimParams = _estimator->getEstimParams();
     computeInlierRms();
     return true;
+}
+
+// The estimator may have been given another collection meanwhile.
+void RobustCtrl::requireFlagOfEach() const
+{
+    require(_outlierFlags->size() == _estimator->getNbData(), "Call robustEstimation before use");
 }
 
 void RobustCtrl::requireEstimated() const
@@ -110,19 +115,8 @@ bool RobustCtrl::isOutlier(unsigned int i) const
 void RobustCtrl::getInlierColl(std::vector<Vector>& inliers) const
 {
     requireEstimated();
-    collectInliers(inliers);
-}
-
-void RobustCtrl::collectInliers(std::vector<Vector>& inliers) const
-{
-    std::vector<Vector> const& data = _estimator->getDataColl();
-    std::vector<bool> const& isOut = *_outlierFlags;
-    require(isOut.size() == data.size(), "Call robustEstimation before use");
-
-    inliers.clear();
-    inliers.reserve(static_cast<std::size_t>(std::count(isOut.begin(), isOut.end(), false)));
-    for (std::size_t i = 0; i < data.size(); ++i)
-        if (!isOut[i]) inliers.push_back(data[i]);
+    requireFlagOfEach();
+    _estimator->collectInliers(*_outlierFlags, inliers);
 }
 
 unsigned int RobustCtrl::computeNbSamples(double outliersRatio) const

@@ -95,7 +95,7 @@ protected:
 
 private:
     void requireEstimated() const;
-    void collectInliers(std::vector<Vector>& inliers) const;
+    void requireFlagOfEach() const;
     bool refitOnInliers();
 
     std::vector<Vector> _sample;  // reused by every trial

@@ -1,0 +1,52 @@
+#include "math/internal/TriangularFactor.h"
+
+#include "math/internal/Lapack.h"
+
+#include <algorithm>
+
+namespace measuremath {
+namespace {
+
+// A block that stays in the first-level cache, and so many rows that reducing R anew costs little.
+int rowsOfBlock(int nbCols)
+{
+    constexpr int elements = 2048;
+    return std::max(elements / nbCols, 8 * nbCols);
+}
+
+}  // namespace
+
+TriangularFactor::TriangularFactor(int nbCols)
+    : _n(nbCols), _capacity(rowsOfBlock(nbCols)),
+      _block(static_cast<std::size_t>(_n) * static_cast<std::size_t>(_capacity)),
+      _tau(static_cast<std::size_t>(_n))
+{
+    double size = 0.0;
+    lapack::requireSuccess(
+        lapack::geqrf(_capacity, _n, _block.data(), _capacity, _tau.data(), &size, -1));
+    _work.resize(static_cast<std::size_t>(size));
+}
+
+// Leaves R, with zeros below its diagonal, in the first rows of the block.
+void TriangularFactor::reduce()
+{
+    lapack::requireSuccess(lapack::geqrf(_count, _n, _block.data(), _capacity, _tau.data(),
+                                         _work.data(), static_cast<int>(_work.size())));
+    _count = std::min(_count, _n);
+    double* column = _block.data();
+    for (int j = 0; j < _count; ++j, column += _capacity)
+        std::fill(column + j + 1, column + _count, 0.0);
+}
+
+Matrix TriangularFactor::get()
+{
+    reduce();
+    Matrix R(_n, _n);
+    double* const r = R.data();
+    double const* column = _block.data();
+    for (int j = 0; j < _n; ++j, column += _capacity)
+        for (int i = 0; i < _count; ++i) r[i * _n + j] = column[i];
+    return R;
+}
+
+}  // namespace measuremath
