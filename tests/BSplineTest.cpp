@@ -386,6 +386,9 @@ TEST(BSpline, DisplayPrintsTheBasisAndItsSum)
               "0 0.5 0.5 1 \n");
 
     EXPECT_EQ(std::ranges::count(displayed(makeCurve(4, Vector::of({0, 1}), {}, true)), '\n'), 21);
+    // No step of 0.05 changes a parameter from here on.
+    EXPECT_MATH_ERROR(displayed(makeCurve(2, Vector::of({0, 0x1p49}), {}, true)),
+                      "BSpline too long to display");
 }
 
 }  // namespace

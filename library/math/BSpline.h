@@ -148,7 +148,8 @@ public:
     /// the values of N_0 to N_{n-1} and their sum, which is 1 from the first break point on. The
     /// numbers take the stream's formatting. A closed curve with n < k shows for each control point
     /// the sum of the basis functions that fall on it.
-    /// @throws MathError as evaluation does; no control points are needed.
+    /// @throws MathError as evaluation does, but no control points are needed; "BSpline too long to
+    ///         display" when steps of 0.05 are lost in the rounding of `getMaxS()`, from 2^49 on.
     void display(std::ostream& os) const;
 
     /// @name Fitting to measured points

@@ -21,6 +21,12 @@ Vector vectorOf(PlanePoint point)
     return Vector::of({point.x, point.y});
 }
 
+// Whether steps from 0 reach `maxS`: none of them is lost in its rounding.
+bool reaches(double maxS, double step)
+{
+    return maxS <= 0.0 || maxS + step > maxS;
+}
+
 void displayZeros(std::ostream& os, int from, int to)
 {
     for (int i = from; i < to; ++i) os << "0 ";
@@ -109,7 +115,7 @@ Vector BSpline::computeNormalToCurve(double s) const
 void BSpline::requireSampling(double step) const
 {
     requireCurve();
-    assert(step > 0.0 && (_maxS <= 0.0 || _maxS + step > _maxS));
+    assert(step > 0.0 && reaches(_maxS, step));
     static_cast<void>(step);
 }
 
@@ -159,6 +165,7 @@ void BSpline::display(std::ostream& os) const
     constexpr double step = 0.05;
 
     requireSpanMatrices();
+    require(reaches(_maxS, step), "BSpline too long to display");
     double s = 0.0;
     while (s < _maxS + eps) {
         SplineSpan const span = spanOf(spanNumber(s));
