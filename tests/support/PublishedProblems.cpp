@@ -142,21 +142,10 @@ void rosenbrock(X x, Dual* f, int)  // (1)
     f[1] = 1.0 - x[0];
 }
 
-void freudensteinRoth(X x, Dual* f, int)  // (2)
-{
-    f[0] = x[0] - 13.0 + ((5.0 - x[1]) * x[1] - 2.0) * x[1];
-    f[1] = x[0] - 29.0 + ((x[1] + 1.0) * x[1] - 14.0) * x[1];
-}
-
 void powellBadlyScaled(X x, Dual* f, int)  // (3)
 {
     f[0] = 1e4 * x[0] * x[1] - 1.0;
     f[1] = exp(-x[0]) + exp(-x[1]) - 1.0001;
-}
-
-void jennrichSampson(X x, Dual* f, int)  // (6)
-{
-    for (int i = 1; i <= 10; ++i) f[i - 1] = 2.0 + 2.0 * i - (exp(i * x[0]) + exp(i * x[1]));
 }
 
 void helicalValley(X x, Dual* f, int)  // (7)
@@ -165,16 +154,6 @@ void helicalValley(X x, Dual* f, int)  // (7)
     f[0] = 10.0 * (x[2] - 10.0 * turns);
     f[1] = 10.0 * (sqrt(x[0] * x[0] + x[1] * x[1]) - 1.0);
     f[2] = x[2];
-}
-
-void brownDennis(X x, Dual* f, int)  // (16)
-{
-    for (int i = 1; i <= 20; ++i) {
-        double const t = i / 5.0;
-        Dual const a = x[0] + t * x[1] - std::exp(t);
-        Dual const b = x[2] + std::sin(t) * x[3] - std::cos(t);
-        f[i - 1] = a * a + b * b;
-    }
 }
 
 void brownAlmostLinear(X x, Dual* f, int n)  // (27)
@@ -208,23 +187,23 @@ void broydenTridiagonal(X x, Dual* f, int n)  // (30)
 
 using MghFunction = void (*)(X x, Dual* f, int n);
 
-Problem mgh(std::string const& name, int m, Vector const& start, double minimum, MghFunction f)
+std::vector<Dual> evaluate(MghFunction f, double const* x, int n)
 {
-    int const n = start.getSize();
-    return {name, m, {start}, minimum, [=](X x, Dual* residuals) { f(x, residuals, n); }};
+    return evaluate({"", n, {}, 0.0, [=](X v, Dual* r) { f(v, r, n); }}, x, n);
 }
 
 template <MghFunction f>
 Problem mghSystem(std::string const& name, Vector const& start)
 {
-    Problem problem = mgh(name, start.getSize(), start, 0.0, f);
+    int const size = start.getSize();
+    Problem problem{name, size, {start}, 0.0, [=](X x, Dual* r) { f(x, r, size); }};
     problem.system = [](int* n, double* x, double* fvec, int*) {
-        std::vector<Dual> const values = evaluate(mgh("", *n, Vector(*n), 0.0, f), x, *n);
+        std::vector<Dual> const values = evaluate(f, x, *n);
         for (int i = 0; i < *n; ++i) fvec[i] = values[i].value;
     };
     problem.systemWithJacobian = [](int* n, double* x, double* fvec, double* fjac, int* ldfjac,
                                     int* iflag) {
-        std::vector<Dual> const values = evaluate(mgh("", *n, Vector(*n), 0.0, f), x, *n);
+        std::vector<Dual> const values = evaluate(f, x, *n);
         for (int i = 0; i < *n; ++i) {
             if (*iflag != 2) fvec[i] = values[i].value;
             for (int j = 0; j < *n && *iflag == 2; ++j) fjac[i + j * *ldfjac] = values[i].by[j];
@@ -251,18 +230,6 @@ std::vector<Problem> const& nistProblems()
 Problem const& nistProblem(std::string const& name)
 {
     return *std::ranges::find(nistProblems(), name, &Problem::name);
-}
-
-std::vector<Problem> mghLeastSquares()
-{
-    return {
-        mgh("Rosenbrock", 2, Vector::of({-1.2, 1.0}), 0.0, rosenbrock),
-        mgh("Freudenstein-Roth", 2, Vector::of({0.5, -2.0}), 48.9842, freudensteinRoth),
-        mgh("Powell badly scaled", 2, Vector::of({0.0, 1.0}), 0.0, powellBadlyScaled),
-        mgh("Jennrich-Sampson", 10, Vector::of({0.3, 0.4}), 124.362, jennrichSampson),
-        mgh("helical valley", 3, Vector::of({-1.0, 0.0, 0.0}), 0.0, helicalValley),
-        mgh("Brown-Dennis", 20, Vector::of({25.0, 5.0, -5.0, -1.0}), 85822.2, brownDennis),
-    };
 }
 
 std::vector<Problem> mghSystems()

@@ -30,8 +30,7 @@ std::vector<Problem> const& nistProblems();
 Problem const& nistProblem(std::string const& name);
 
 /// Problems of J. J. Moré, B. S. Garbow, K. E. Hillstrom, Testing Unconstrained Optimization
-/// Software, ACM Transactions on Mathematical Software 7 (1981): least squares, then m = n.
-std::vector<Problem> mghLeastSquares();
+/// Software, ACM Transactions on Mathematical Software 7 (1981), with m = n.
 std::vector<Problem> mghSystems();
 
 /// Residuals of a problem, with exact derivatives.
