@@ -1,0 +1,202 @@
+// Laws that hold whatever the data, on data that rapidcheck draws. It prints its seed;
+// RC_PARAMS="seed=..." repeats a run, "max_success=..." sets the number of cases.
+
+#include "math/BSpline.h"
+#include "math/CircleEstimator.h"
+#include "math/CylinderEstimator.h"
+#include "math/EllipseEstimator.h"
+#include "math/LineEstimator.h"
+#include "math/MatrixTH.h"
+#include "math/MeanEstimator.h"
+#include "math/PlanEstimator.h"
+#include "math/Rotation.h"
+#include "math/SphereEstimator.h"
+#include "support/LogRecords.h"
+#include "support/RandomData.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Points = std::vector<Vector>;
+
+// Points around a half turn of the cylinder or ellipse of these semi-axes, z in [-height, height].
+template <int dimension>
+Points around(RandomData& random, double a, double b, double height)
+{
+    Points points;
+    for (int i = 0; i < 40; ++i) {
+        double const u = 0.08 * i, noise = random.normal(0.01), z = random.uniform(-height, height);
+        Vector const p = Vector::of({(a + noise) * std::cos(u), (b + noise) * std::sin(u), z});
+        points.push_back(p(0, dimension));
+    }
+    return points;
+}
+
+Points onSphere(RandomData& random)
+{
+    Points points = around<3>(random, 1.0, 1.0, 0.8);
+    for (Vector& p : points) p = (3.0 + random.normal(0.01)) / p.length() * p;
+    return points;
+}
+
+template <class Model>
+Vector residualsOf(Model& model, Points const& points)
+{
+    model.setDataColl(points);
+    RC_ASSERT(model.estim());
+    Vector residuals(model.getNbData());
+    model.getResiduals(model.getEstimParams(), residuals);
+    return residuals;
+}
+
+template <class Model>
+Vector residualsBy(Points const& points)
+{
+    Model model;
+    return residualsOf(model, points);
+}
+
+Vector distancesFromMean(Points const& points)
+{
+    MeanEstimator mean;
+    mean.setDataSize(points[0].size());
+    return residualsOf(mean, points);
+}
+
+// Coordinates along the axis of the largest variance.
+Vector mainCoordinates(Points const& points)
+{
+    MatrixTH frame;
+    frame.init(points.data(), points.size(), 0);
+    Vector along(points.size());
+    for (int i = 0; i < along.getSize(); ++i)
+        along[i] = MatrixTH(frame.inverse()).mapPoint(points[static_cast<std::size_t>(i)])[0];
+    return along;
+}
+
+Vector distancesFromSpline(Points const& points)
+{
+    BSplineSimple curve;
+    curve.init(4, {points[0], points[10], points[20], points[30], points[39]}, true);
+    curve.setSmoothParam(0.0);
+    auto matched = curve.initMatchedPoints(points);
+    curve.refinement(matched, 1);
+    Vector distances(points.size());
+    for (std::size_t i = 0; i < points.size(); ++i) distances.begin()[i] = matched[i].distance;
+    return distances;
+}
+
+// A fit by its residuals, up to sign: moved, turned and scaled data, in another order, give the same
+// ones, times the scale to the power of `degree`. What a method does not promise is left out.
+struct Law {
+    std::string name;
+    Points (*data)(RandomData&);
+    Vector (*residuals)(Points const&);
+    double reach = 1e4;    // of the motion; a conic's parameters hold the square of the distance
+    bool turns = true;     // a conic's are scaled by that of x², which a turn changes
+    double degree = 1.0;   // 0: no scaling, as for the plane with its unit vector (a, b, c, d)
+    bool shuffles = true;  // the start of a spline depends on the order
+    // Of sizes 1 to 5: the rounding of coordinates up to 5e4, amplified by half a turn, and what
+    // iterations leave of residuals of 0.01.
+    double tolerance = 1e-8;
+
+    friend void PrintTo(Law const& law, std::ostream* os) { *os << law.name; }
+};
+
+Law const laws[] = {
+    {"mean", [](RandomData& r) { return around<3>(r, 3, 2, 1); }, distancesFromMean},
+    {"line", [](RandomData& r) { return around<2>(r, 5, 0.1, 0); }, residualsBy<LineEstimator>},
+    {"circle", [](RandomData& r) { return around<2>(r, 3, 3, 0); }, residualsBy<CircleEstimator>},
+    {"sphere", onSphere, residualsBy<SphereEstimator>},
+    {"cylinder", [](RandomData& r) { return around<3>(r, 2, 2, 4); },
+     residualsBy<CylinderEstimator>},
+    {"ellipse", [](RandomData& r) { return around<2>(r, 5, 3, 0); }, residualsBy<EllipseEstimator>,
+     100.0, false, 2.0},
+    {"plane", [](RandomData& r) { return around<3>(r, 5, 0.1, 3); }, residualsBy<PlanEstimator>,
+     0.0, true, 0.0},
+    {"axes", [](RandomData& r) { return around<3>(r, 5, 2, 1); }, mainCoordinates},
+    // The feet of the points are found to 1e-6 of a span or so.
+    {"spline", [](RandomData& r) { return around<2>(r, 5, 3, 0); }, distancesFromSpline, 1e4, true,
+     1.0, false, 1e-6},
+};
+
+Matrix rotation(RandomData& random, int dimension)
+{
+    Matrix R(3, 3, Matrix::IDENTITY);
+    vectToMatrix(dimension == 2 ? random.uniform(-3.0, 3.0) * Vector::of({0, 0, 1})
+                                : random.vector(3, -2.0, 2.0),
+                 R);
+    return R(0, 0, dimension, dimension);
+}
+
+class Fits : public testing::TestWithParam<Law> {
+protected:
+    LogRecorder quiet{g_MathLogger, log4cplus::OFF_LOG_LEVEL};
+};
+
+TEST_P(Fits, FollowTheirDataInAnyOrder)
+{
+    Law const& law = GetParam();
+    bool const holds = rc::check([&law] {
+        RandomData random(*rc::gen::arbitrary<unsigned int>());
+        double const scale = law.degree == 0.0 ? 1.0 : std::pow(2.0, *rc::gen::inRange(-20, 21));
+        double const reach = law.reach * *rc::gen::inRange(0, 3);
+        Points const points = law.data(random);
+        int const dimension = points[0].getSize();
+        Matrix const R = law.turns ? rotation(random, dimension)
+                                   : Matrix(dimension, dimension, Matrix::IDENTITY);
+        Vector const shift = reach * random.vector(dimension);
+
+        std::vector<std::size_t> order(points.size());
+        std::iota(order.begin(), order.end(), 0U);
+        for (std::size_t i = 0; law.shuffles && i < order.size(); ++i)
+            std::swap(order[i], order[static_cast<std::size_t>(random.integer(0, 39))]);
+        Points moved;
+        for (std::size_t const i : order) moved.push_back(scale * (R * points[i] + shift));
+
+        Vector const before = law.residuals(points), after = law.residuals(moved);
+        double const unit = std::pow(scale, law.degree);
+        for (std::size_t i = 0; i < order.size(); ++i)
+            RC_ASSERT(std::abs(std::abs(after[i]) / unit - std::abs(before[order[i]])) <
+                      law.tolerance);
+    });
+    EXPECT_TRUE(holds);
+}
+INSTANTIATE_TEST_SUITE_P(OfEveryModel, Fits, testing::ValuesIn(laws),
+                         [](auto const& law) { return law.param.name; });
+
+// Either set may be moved, and both scaled: what is left between them stays.
+RC_GTEST_PROP(Registration, FollowsBothSets, ())
+{
+    RandomData random(*rc::gen::arbitrary<unsigned int>());
+    double const scale = std::pow(2.0, *rc::gen::inRange(-20, 21));
+    bool const noScale = *rc::gen::arbitrary<bool>();
+    Points a = around<3>(random, 5, 2, 3), b = around<3>(random, 4, 3, 3);
+    auto const misfits = [&] {
+        MatrixTH M;
+        double const s = M.init(a.data(), b.data(), a.size(), nullptr, noScale);
+        Vector left(a.size());
+        for (std::size_t i = 0; i < a.size(); ++i)
+            left[i] = (b[i] - s * (M.getMatrixRot() * a[i]) - M.getVectorPos()).length();
+        return left;
+    };
+    Vector const before = misfits();
+    Matrix const P = rotation(random, 3), Q = rotation(random, 3);
+    Vector const p = random.vector(3, -1e4, 1e4), q = random.vector(3, -1e4, 1e4);
+    for (Vector& x : a) x = scale * (P * x + p);
+    for (Vector& x : b) x = scale * (Q * x + q);
+    Vector const after = misfits();
+    for (int i = 0; i < before.getSize(); ++i)
+        RC_ASSERT(std::abs(after[i] / scale - before[i]) < 1e-9);
+}
+
+}  // namespace
