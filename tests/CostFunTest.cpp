@@ -55,7 +55,8 @@ Function exponentialFunction(int m)
 }
 
 template <class Function>
-class CostFunctions : public testing::Test {};
+class CostFunctions : public testing::Test {
+};
 using BothFunctions = testing::Types<Plain, Weighted>;
 TYPED_TEST_SUITE(CostFunctions, BothFunctions);
 
@@ -136,6 +137,19 @@ TEST(CostFun, SurvivesAHookThatChangesASize)
     EXPECT_MATH_ERROR(f.getJacValue(p), "computeAnaJacValue must keep the size of _jacValue");
     EXPECT_EQ(f.getNbEquations(), 6U);
     EXPECT_EQ(f.getNbVariables(), 3U);
+
+    class Shrinking : public Plain {
+    public:
+        Vector const& getFunValue(Vector const&) override { return r = Vector(--_size); }
+        Vector r;
+        int _size = 0;
+    } shrinking;
+    shrinking.initCostFun(5, 1);
+    shrinking.setBoolAnaDer(false);
+    for (int const first : {5, 6}) {
+        shrinking._size = first;
+        EXPECT_MATH_ERROR(shrinking.getJacValue(Vector(1)), "Bad vector dimensions");
+    }
 
     f.fun = [](Vector const& x, Vector& r) { r = residuals(x, 6); };  // may replace the storage
     f.jac = [](Vector const&, Matrix&) {};

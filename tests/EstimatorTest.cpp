@@ -27,6 +27,7 @@ constexpr double pi = 3.141592653589793;
 template <class Base> struct Open : Base {
     using Base::computeResiduals;
     using Base::getDataRandomSample;
+    using Base::getPackedCoordinate;
 };
 
 Vector residualsOf(Estimator const& estimator)
@@ -91,6 +92,9 @@ TEST(Estimator, LifeCycleAndMisuse)
     mean.setDataSize(2);  // the data now are of another dimension
     EXPECT_MATH_ERROR(mean.estim(), "Invalid data vector size in collection");
     EXPECT_MATH_ERROR(mean.getResiduals(two2, two2), "Invalid data vector size in collection");
+    Open<LineEstimator> open;
+    open.setDataColl(two);
+    EXPECT_MATH_ERROR(open.getPackedCoordinate(2), "Invalid data vector size in collection");
     EXPECT_MATH_ERROR(Open<PlanEstimator>::computeResiduals(Vector(4), two, three),
                       "Uncompatible vector/coll sizes");
     EXPECT_MATH_ERROR(Open<PlanEstimator>::computeResiduals(Vector(3), two, two2),

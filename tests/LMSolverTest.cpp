@@ -40,6 +40,7 @@ public:
         setCostFun(&costFun);
         setInitVecSol(start);
     }
+    using LMMinPack::_cov;
     using LMMinPack::getOptimFlag;
 };
 
@@ -108,6 +109,7 @@ TEST_F(LMSolvers, AreReadyOnlyWithAFunctionAndAStart)
     EXPECT_MATH_ERROR(solver.solve(), notReady);
     EXPECT_MATH_ERROR(solver.setInitVecSol(Vector(3)), "Invalid params vector size");
     solver.setInitVecSol(Vector(2));
+    EXPECT_EQ(solver._cov, Matrix(2, 2, Matrix::IDENTITY)) << "for another solver to find";
     costFun.initCostFun(5, 3);
     EXPECT_MATH_ERROR(solver.solve(), "Invalid params vector size");
     costFun.initCostFun(5, 2);
@@ -193,11 +195,16 @@ TEST_F(LMSolvers, TellHowTheyEnded)
         LMSolver::EndFlag flag;
         std::string reason;
         unsigned int rank;
+        double tolerance = defaultTolerance;
     };
+    constexpr char const* orthogonal =
+        "Fvec is orthogonal to the columns of the jacobian to machine precision";
+    Scripted<> nearlyOrthogonal = withDimensions(3, 1);
+    nearlyOrthogonal.jac = [](Vector const&, Matrix& J) { J[0][0] = 1e-20, J[1][0] = 1.0; };
     Ending const endings[] = {
         {line(4), lineSolution, 300, LMSolver::NormalEnd, "Null residuals on last iteration", 2},
-        {withDimensions(3, 2), start, 300, LMSolver::ErrorEnd,
-         "Fvec is orthogonal to the columns of the jacobian to machine precision", 0},
+        {withDimensions(3, 2), start, 300, LMSolver::ErrorEnd, orthogonal, 0},
+        {nearlyOrthogonal, Vector(1), 300, LMSolver::ErrorEnd, orthogonal, 1, 0.0},
         {line(4), start, 1, LMSolver::WarningEnd,
          "Number of calls to fcn has reached or exceeded max number of iterations", 2},
         {line(4), start, 0, LMSolver::ErrorEnd, improper, 0},
@@ -212,6 +219,7 @@ TEST_F(LMSolvers, TellHowTheyEnded)
         Scripted<> costFun = ending.costFun;
         OpenSolver solver(costFun, ending.start);
         solver.setNbMaxIter(ending.limit);
+        solver.setTolerance(ending.tolerance);
         solver.solve();
         EXPECT_EQ(solver.getEndReason(), ending.reason);
         EXPECT_EQ(solver.getEndFlag(), ending.flag) << ending.reason;

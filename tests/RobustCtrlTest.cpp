@@ -171,6 +171,11 @@ TEST(Ransac, WithoutAnySupportRefitsToAllData)
     ransac.setSuccessRatio(0.0);  // no sample at all
     ASSERT_TRUE(ransac.robustEstimation());
     EXPECT_EQ(ransac.getNbOutliers(), 0U);
+    ScriptedEstimator alone(1, 8, [](int) { return support(8, 1); });
+    ransac.setSuccessRatio(0.9);
+    ransac.setEstimator(&alone);
+    ASSERT_TRUE(ransac.robustEstimation());
+    EXPECT_EQ(ransac.getNbOutliers(), 7U) << "one is support enough";
 }
 
 TEST(LMedS, ThresholdComesFromTheLeastMedianOfSquares)
@@ -279,7 +284,7 @@ TEST(RobustCtrl, EverySetterAndAnOtherCollectionEndTheEstimate)
     estimator.setDataColl(std::vector<Vector>(9, Vector(1)));
     std::vector<Vector> inliers;
     EXPECT_MATH_ERROR(ransac.getInlierColl(inliers), "Call robustEstimation before use");
-    EXPECT_MATH_ERROR(ransac.isOutlier(7), "Invalid index value");
+    EXPECT_MATH_ERROR(ransac.isOutlier(6), "Invalid index value");
 }
 
 }  // namespace

@@ -74,6 +74,7 @@ TEST(RotationClasses, TakePlainVectorsAndMatricesOfTheirSizeBySharing)
     EXPECT_MATH_ERROR(MatrixR(Matrix(3, 4)), "Bad matrix dimesions");
     EXPECT_MATH_ERROR(R = Matrix(4, 3), "Bad matrix dimesions");
     EXPECT_TRUE(isNear(R, identity, 0));
+    EXPECT_TRUE(isNear(MatrixR(identity.begin()), identity, 0)) << "of nine elements";
     EXPECT_EQ(address(R = m), address(m));
 }
 

@@ -178,9 +178,10 @@ void LMSolver::jacStats()
     Vector const variances = _cov.getDiagVector();
     double const largest =
         variances.empty() ? 0.0 : *std::max_element(variances.begin(), variances.end());
+    // Where all are 0 the quotient is no number, and none counts.
     auto const counts = [=](double d) { return d / largest > measuremath::machineEpsilon; };
     auto const rank = std::count_if(variances.begin(), variances.end(), counts);
-    _jacRank = largest == 0.0 ? 0 : static_cast<unsigned int>(rank);
+    _jacRank = static_cast<unsigned int>(rank);
     _jacCond = -1.0;
 }
 
