@@ -45,13 +45,9 @@ TEST(Geometry, DistancesAndIntersectionsTakeDirectionsOfAnyLength)
             EXPECT_NEAR(pointToLine3DDist(onLine, dir, p), 0.0, 32 * ulp / steepness);
         }
     }
-}
-
-TEST(Geometry, LineParallelToThePlaneLeavesTheResultAlone)
-{
     Vector p = v3;
     EXPECT_FALSE(planLineIntersection(null3, Vector::of({0, 0, 2}), v3, Vector::of({1, 0, 0}), p));
-    EXPECT_EQ(p, v3);
+    EXPECT_EQ(p, v3) << "the line is parallel to the plane";
 }
 
 TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
@@ -70,13 +66,9 @@ TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p - 2.0 * along), 0.0, tolerance) << degrees;
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p + 7.0 * across), 7.0, tolerance) << degrees;
     }
-}
-
-TEST(Geometry, PolarFormOfAVerticalLineIsARightAngle)
-{
     double theta = 0.0, rho = 0.0;
     computePolarLine(v2, Vector::of({1, 5}), theta, rho);
-    EXPECT_EQ(theta, std::acos(0.0));
+    EXPECT_EQ(theta, std::acos(0.0)) << "of a vertical line";
     EXPECT_DOUBLE_EQ(rho, -1.0);
 }
 
@@ -163,23 +155,14 @@ TEST(LineUtils, TwoPlanesOfEveryZeroPatternMeetInTheirLineOrAreRefused)
                 EXPECT_EQ(dir, expected) << m << n;
                 EXPECT_NEAR(m.dot(point) + d, 0.0, 64 * ulp) << m << n;  // terms up to 16
                 EXPECT_NEAR(n.dot(point) + e, 0.0, 64 * ulp) << m << n;
+                ptDir3DToCart3D(v3, 1e-3 * m, planes);  // and back, for a line of this direction
+                cart3DToPtDir3D(planes, point, dir);
+                EXPECT_NEAR(dir.cross(m).length(), 0.0, 16 * ulp * m.length()) << m;
+                EXPECT_NEAR(pointToLine3DDist(v3, m, point), 0.0, 32 * ulp) << m;
                 continue;
             }
             EXPECT_TRUE(point == v3 && dir == v3) << m << n;
         }
-    }
-}
-
-TEST(LineUtils, PointAndDirectionSurviveTheTwoPlanes)
-{
-    for (int i = 0; i < 27; ++i) {
-        Vector const u = pattern(i);
-        Vector planes(8), point(3), dir(3);
-        if (u == null3) continue;
-        ptDir3DToCart3D(v3, 1e-3 * u, planes);
-        cart3DToPtDir3D(planes, point, dir);
-        EXPECT_NEAR(dir.cross(u).length(), 0.0, 16 * ulp * u.length()) << u;
-        EXPECT_NEAR(pointToLine3DDist(v3, u, point), 0.0, 32 * ulp) << u;
     }
 }
 
@@ -210,7 +193,7 @@ TEST_P(CrossRatio, IsKeptByProjectionAndGivesTheFourthPointBack)
     } while (std::next_permutation(cell, cell + 4));
 }
 
-TEST_P(CrossRatio, PointsThatDefineNoneAreRefused)
+TEST_P(CrossRatio, OfPointsThatDefineNoneIsRefused)
 {
     Vector const a = at(0.0), b = at(1.0), c = at(3.0);
     Vector d = at(7.0);

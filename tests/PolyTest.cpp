@@ -62,52 +62,47 @@ Vector random(RandomData& data, int n, double decades)
     return c;
 }
 
-Vector far(RandomData& data, int n)
+// The polynomial whose n roots a function of their number gives.
+template <class RootOf>
+Vector withRoots(int n, RootOf rootOf)
 {
     std::vector<long double> roots;
-    for (int i = 0; i < n; ++i) roots.push_back(std::pow(10.0L, data.uniform(-8.0, 8.0)));
+    for (int i = 0; i < n; ++i) roots.push_back(rootOf(i));
     return withRoots(roots);
 }
 
-struct Family {
-    char const* name;
-    int lowest, highest;  // degrees
-    double tolerance;
-    std::function<Vector(RandomData&, int)> make;
-};
-
-// Some roundings, 2^-52 each, for each of up to 40 coefficients.
-constexpr double roundings = 5e-13;
-
 TEST(Poly, RootsRebuildThePolynomial)
 {
-    std::vector<long double> const twoScales = {1, 1, 1, 1e-9L, 1e-9L, 1e9L, 1e9L};
+    // Some roundings, 2^-52 each, for each of up to 40 coefficients.
+    constexpr double roundings = 5e-13;
+    struct Family {
+        char const* name;
+        int lowest, highest;  // degrees
+        std::function<Vector(RandomData&, int)> make;
+        double tolerance = roundings;
+    };
     Family const families[] = {
-        {"random", 1, 40, roundings, [](RandomData& d, int n) { return random(d, n, 0); }},
-        {"badly scaled", 1, 40, roundings, [](RandomData& d, int n) { return random(d, n, 15); }},
-        {"at the limits", 3, 40, roundings, [](RandomData& d, int n) { return random(d, n, 140); }},
-        {"far apart", 2, 10, roundings, far},
-        {"tiny", 1, 9, roundings,
+        {"random", 1, 40, [](RandomData& d, int n) { return random(d, n, 0); }},
+        {"badly scaled", 1, 40, [](RandomData& d, int n) { return random(d, n, 15); }},
+        {"at the limits", 3, 40, [](RandomData& d, int n) { return random(d, n, 140); }},
+        {"far apart", 2, 10,
          [](RandomData& d, int n) {
-             std::vector<long double> roots;
-             for (int i = 0; i < n; ++i) roots.push_back(1e-30L * d.uniform(1, 2));
-             return withRoots(roots);
+             return withRoots(n, [&](int) { return std::pow(10.0L, d.uniform(-8, 8)); });
          }},
-        {"Wilkinson", 5, 20, roundings,
-         [](RandomData&, int n) {
-             std::vector<long double> roots;
-             for (int i = 1; i <= n; ++i) roots.push_back(i);
-             return withRoots(roots);
+        {"tiny", 1, 9,
+         [](RandomData& d, int n) {
+             return withRoots(n, [&](int) { return 1e-30L * d.uniform(1, 2); });
          }},
-        {"clustered", 3, 12, roundings,
-         [](RandomData&, int n) {
-             std::vector<long double> roots(n, 1.0L);
-             roots[0] = -3;
-             return withRoots(roots);
-         }},
+        {"Wilkinson", 5, 20,
+         [](RandomData&, int n) { return withRoots(n, [](int i) { return i + 1; }); }},
+        {"clustered", 3, 12,
+         [](RandomData&, int n) { return withRoots(n, [](int i) { return i == 0 ? -3 : 1; }); }},
         // Two hard things at once: roots of other sizes disturb the clusters.
-        {"clusters of several sizes", 7, 7, 1e-8,
-         [&](RandomData&, int) { return withRoots(twoScales); }},
+        {"clusters of several sizes", 7, 7,
+         [](RandomData&, int) {
+             return withRoots({1, 1, 1, 1e-9L, 1e-9L, 1e9L, 1e9L});
+         },
+         1e-8},
     };
     for (Family const& family : families) {
         RandomData data(11);
