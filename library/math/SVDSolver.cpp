@@ -2,11 +2,12 @@
 
 #include "math/LinearAlgebra.h"
 #include "math/MathError.h"
-#include "math/internal/Lapack.h"
+#include "math/internal/TriangularFactor.h"
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
-namespace lapack = measuremath::lapack;
 using measuremath::require;
 
 namespace {
@@ -24,36 +25,20 @@ struct System {
     Vector b;
 };
 
-// Replaces A, given as its transpose, by its QR factors as LAPACK packs them, and b by Qᵀ · b.
-void replaceByFactors(Matrix& At, Vector& b)
-{
-    int const m = At.getCol();
-    int const n = At.getRow();
-    Vector tau(n, Vector::NO_INIT);
-    double* const a = At.data();
-    double* const t = tau.data();
-    lapack::requireSuccess(lapack::withWorkspace(
-        [&](double* work, int lwork) { return lapack::geqrf(m, n, a, m, t, work, lwork); }));
-    if (b.empty()) return;
-    double* const c = b.data();
-    lapack::requireSuccess(lapack::withWorkspace([&](double* work, int lwork) {
-        return lapack::ormqr('L', 'T', m, 1, n, a, m, t, c, m, work, lwork);
-    }));
-}
-
 // The n equations R · x = c with A = Q · R and c = Qᵀ · b: the same solution, singular values and V.
-System reduced(Matrix const& A, Vector b)
+System reduced(Matrix const& A, Vector const& b)
 {
     int const n = A.getCol();
-    Matrix At = A.transpose();
-    replaceByFactors(At, b);
-
-    Matrix R(n, n);
-    double* const r = R.data();
-    double const* column = At.cbegin();
-    for (int j = 0; j < n; ++j, column += A.getRow())
-        for (int i = 0; i <= j; ++i) r[i * n + j] = column[i];
-    return {R, Vector(b.cbegin(), b.empty() ? 0 : n)};
+    bool const hasSide = !b.empty();
+    measuremath::TriangularFactor factor(hasSide ? n + 1 : n);
+    std::vector<double> row(A.getNbCol() + 1);
+    for (int i = 0; i < A.getRow(); ++i) {
+        std::copy_n(A[i], n, row.begin());
+        if (hasSide) row.back() = b[i];
+        factor.addRow(row.data());
+    }
+    Matrix const R = factor.get();
+    return {R(0, 0, n, n), hasSide ? R.getColVector(n)(0, n) : Vector()};
 }
 
 // The solution of R · x = c. Where columns differ much in size, rounding here does not mix them, as

@@ -7,10 +7,11 @@
 namespace measuremath {
 namespace {
 
-// A block that stays in the first-level cache, and so many rows that reducing R anew costs little.
+// A block that stays in the first-level cache, with columns that do not compete for its lines as they
+// would at a power of 2, and so many rows that reducing R anew costs little.
 int rowsOfBlock(int nbCols)
 {
-    constexpr int elements = 2048;
+    constexpr int elements = 2000;
     return std::max(elements / nbCols, 8 * nbCols);
 }
 
