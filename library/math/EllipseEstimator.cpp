@@ -22,9 +22,11 @@ Frame frameOf(std::vector<Vector> const& coll)
     double const n = static_cast<double>(coll.size());
     Frame f = {0.0, 0.0, 0.0};
     for (Vector const& p : coll) {
-        f.cx += p[0] / n;
-        f.cy += p[1] / n;
+        f.cx += p[0];
+        f.cy += p[1];
     }
+    f.cx /= n;
+    f.cy /= n;
     for (Vector const& p : coll)
         f.s = std::max({f.s, std::abs(p[0] - f.cx), std::abs(p[1] - f.cy)});
     if (f.s == 0.0) f.s = 1.0;
@@ -42,9 +44,10 @@ System systemOf(std::vector<Vector> const& coll, Frame const& f)
     System system = {Matrix(coll.size(), 5, Matrix::NO_INIT), Vector(coll.size(), Vector::NO_INIT)};
     double* a = system.A.begin();
     double* b = system.b.begin();
+    double const scale = 1.0 / f.s;
     for (Vector const& p : coll) {
-        double const u = (p[0] - f.cx) / f.s;
-        double const v = (p[1] - f.cy) / f.s;
+        double const u = (p[0] - f.cx) * scale;
+        double const v = (p[1] - f.cy) * scale;
         double const row[] = {v * v, u * v, u, v, 1.0};
         a = std::copy(row, row + 5, a);
         *b++ = -u * u;
