@@ -12,7 +12,7 @@
 #include <random>
 #include <vector>
 
-#ifdef MEASUREMATH_HAS_DLIB
+#ifdef MEASUREMATH_HAVE_DLIB
 #include <dlib/optimization/max_cost_assignment.h>
 #endif
 
@@ -107,7 +107,7 @@ void flatGrids(benchmark::internal::Benchmark* benchmark)
 
 BENCHMARK(ours)->Name("Assignment/ours")->Apply(squareGrids)->Apply(flatGrids);
 
-#ifdef MEASUREMATH_HAS_DLIB
+#ifdef MEASUREMATH_HAVE_DLIB
 
 std::vector<long> assignedByDlib(Grid const& grid, double scale)
 {

@@ -1,27 +1,18 @@
 // The decompositions beside the LAPACK calls that do their work, each with its workspace query and
-// a copy of the input; and the least-squares solver beside the steps that it saves.
+// a copy of the input.
 
 #include "math/LinearAlgebra.h"
-#include "math/SVDSolver.h"
+
+#include "support/RandomMatrix.h"
 
 #include <benchmark/benchmark.h>
 #include <lapack.h>
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <vector>
 
 namespace {
-
-Matrix randomMatrix(int rows, int cols)
-{
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    Matrix result(rows, cols);
-    for (double& element : result) element = uniform(generator);
-    return result;
-}
 
 // A positive definite matrix, and outputs of all kinds for both sides. The raw calls copy the input
 // to their output where they work in place, and to new storage where they do not.
@@ -231,60 +222,5 @@ BENCHMARK(ours<Cholesky>)->Name("Cholesky/ours")->Apply(sizes);
 BENCHMARK(raw<Cholesky>)->Name("Cholesky/LAPACK")->Apply(sizes);
 BENCHMARK(ours<CholeskyInverse>)->Name("CholeskyInverse/ours")->Apply(sizes);
 BENCHMARK(raw<CholeskyInverse>)->Name("CholeskyInverse/LAPACK")->Apply(sizes);
-
-// Rows of A, columns of A.
-void systems(benchmark::internal::Benchmark* b)
-{
-    b->ArgNames({"m", "n"})->Args({4, 4})->Args({100, 4})->Args({10000, 6})->Args({100000, 4});
-}
-
-struct System {
-    explicit System(benchmark::State const& state)
-        : A(randomMatrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)))),
-          b(A.getColVector(0))
-    {
-    }
-    Matrix A;
-    Vector b;  // the solution is the first unit vector
-};
-
-void oursSolver(benchmark::State& state)
-{
-    System const system(state);
-    SVDSolver solver;
-    for (auto _ : state) {
-        solver.solve(system.A, system.b);
-        benchmark::DoNotOptimize(solver.getVecSol().begin());
-    }
-    if (std::abs(solver.getVecSol()[0] - 1.0) > 1e-8) state.SkipWithError("wrong result");
-}
-BENCHMARK(oursSolver)->Name("SvdSolver/ours")->Apply(systems);
-
-// The same results by U for all rows and the pseudo-inverse.
-void rawSolver(benchmark::State& state)
-{
-    System const system(state);
-    Matrix const& A = system.A;
-    int const m = A.getRow();
-    int const n = A.getCol();
-    for (auto _ : state) {
-        Matrix U(m, n, Matrix::NO_INIT);
-        Matrix V(n, n, Matrix::NO_INIT);
-        Matrix cov(n, n);
-        Matrix inverse(n, m, Matrix::NO_INIT);
-        Vector S(n);
-        unsigned int rank = 0;
-        double cond = 0.0;
-        svd(A, U, S, V);
-        singularValuesThreshold(S, rank, cond, -1.0);
-        svdCovariance(S, V, cov);
-        svdInverse(U, S, V, inverse);
-        Vector const x = inverse * system.b;
-        Vector const residuals = A * x - system.b;
-        cov *= residuals.dot(residuals);
-        benchmark::DoNotOptimize(cov.begin());
-    }
-}
-BENCHMARK(rawSolver)->Name("SvdSolver/steps by hand")->Apply(systems);
 
 }  // namespace

@@ -11,10 +11,10 @@
 #include <random>
 #include <vector>
 
-#ifdef MEASUREMATH_HAS_EIGEN
+#ifdef MEASUREMATH_HAVE_EIGEN
 #include <Eigen/Dense>
 #endif
-#ifdef MEASUREMATH_HAS_OPENCV
+#ifdef MEASUREMATH_HAVE_OPENCV
 #include <opencv2/video/tracking.hpp>
 #endif
 
@@ -142,7 +142,7 @@ void ours(benchmark::State& state)
 }
 BENCHMARK(ours)->Name("Kalman/ours");
 
-#ifdef MEASUREMATH_HAS_EIGEN
+#ifdef MEASUREMATH_HAVE_EIGEN
 
 // The two steps as their formulas are written down, with the sizes of the matrix types.
 template <int n, int m>
@@ -222,7 +222,7 @@ BENCHMARK(eigen<Eigen::Dynamic, Eigen::Dynamic>)->Name("Kalman/Eigen dynamic");
 BENCHMARK(eigen<6, 3>)->Name("Kalman/Eigen fixed");
 
 #endif
-#ifdef MEASUREMATH_HAS_OPENCV
+#ifdef MEASUREMATH_HAVE_OPENCV
 
 void openCv(benchmark::State& state)
 {

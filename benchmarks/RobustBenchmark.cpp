@@ -11,41 +11,15 @@
 #include "math/Ransac.h"
 #include "math/SphereEstimator.h"
 
+#include "support/MeasuredPoints.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <random>
 
 namespace {
-
-constexpr double outlierShare = 0.3;
-constexpr double sigma = 0.01;
-constexpr double threshold = 0.05;
-
-// A tilted plane (the first two coordinates: a line) with noise; every tenth point of ten to three
-// of ten lies off it.
-std::vector<Vector> measuredPoints(int n, int dimension)
-{
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<double> uniform(-10.0, 10.0);
-    std::normal_distribution<double> noise(0.0, sigma);
-    std::vector<Vector> points;
-    for (int i = 0; i < n; ++i) {
-        double const x = uniform(generator);
-        double const y = uniform(generator);
-        double const off = i % 10 < 10 * outlierShare ? uniform(generator) : noise(generator);
-        points.push_back(dimension == 2 ? Vector::of({x, 1.0 + 0.5 * x + off})
-                                        : Vector::of({x, y, 1.0 + 0.1 * x - 0.2 * y + off}));
-    }
-    return points;
-}
-
-void requireAbout(double value, double expected, double tolerance, benchmark::State& state)
-{
-    if (!(std::abs(value - expected) <= tolerance)) state.SkipWithError("wrong result");
-}
 
 template <class Controller, class Model> void fitRobustly(benchmark::State& state, int dimension)
 {
@@ -102,8 +76,6 @@ PlaneModel samplePlane(Packed& p)
         p.residuals[i] = p.x[i] * m.n[0] + p.y[i] * m.n[1] + p.z[i] * m.n[2] - m.d;
     return m;
 }
-
-constexpr int planeTrials = 16;  // what 30 % outliers, samples of four and 0.99 take
 
 // z = a + b x + c y over the inliers: enough of a refit for a plane that is nearly level.
 double refitLevel(Packed const& p, PlaneModel const& m)
@@ -171,8 +143,6 @@ void tightMedianPlane(benchmark::State& state)
     requireAbout(height, 1.0, 0.01, state);
 }
 
-constexpr int lineTrials = 6;  // what 30 % outliers, samples of two and 0.99 take
-
 void tightLine(benchmark::State& state)
 {
     Packed p(measuredPoints(static_cast<int>(state.range(0)), 2));
@@ -196,25 +166,6 @@ void tightLine(benchmark::State& state)
         benchmark::DoNotOptimize(bestCount);
     }
     requireAbout(static_cast<double>(bestCount), 0.7 * static_cast<double>(n), 0.1 * static_cast<double>(n), state);
-}
-
-// Three quarters of an ellipse, circle or sphere around (5, 5, 5), with noise; with `outliers` some
-// points of the box around it.
-std::vector<Vector> roundPoints(int n, int dimension, double minor, double outliers)
-{
-    std::mt19937 generator(2);
-    std::uniform_real_distribution<double> uniform(0.0, 1.0);
-    std::normal_distribution<double> noise(0.0, sigma);
-    std::vector<Vector> points;
-    for (int i = 0; i < n; ++i) {
-        double const t = 4.7 * uniform(generator), off = noise(generator);
-        double const z = dimension == 3 ? uniform(generator) : 0.0, rho = std::sqrt(1.0 - z * z);
-        Vector p = Vector::of({5.0 + (4.0 + off) * rho * std::cos(t),
-                               5.0 + (minor + off) * rho * std::sin(t), 5.0 + (4.0 + off) * z});
-        if (i < outliers * n) p = 10.0 * Vector::of({uniform(generator), uniform(generator), uniform(generator)});
-        points.push_back(p(0, dimension));
-    }
-    return points;
 }
 
 template <class Model>

@@ -15,7 +15,7 @@
 #ifdef MEASUREMATH_HAVE_EIGEN
 #include <Eigen/Dense>
 #endif
-#ifdef MEASUREMATH_HAS_OPENCV
+#ifdef MEASUREMATH_HAVE_OPENCV
 #include <opencv2/core.hpp>
 #endif
 
@@ -216,7 +216,7 @@ BENCHMARK(principalAxesEigen)->Name("PrincipalAxes/Eigen")->Arg(1000)->Arg(10000
 
 #endif
 
-#ifdef MEASUREMATH_HAS_OPENCV
+#ifdef MEASUREMATH_HAVE_OPENCV
 
 void mapOpenCv(benchmark::State& state)
 {

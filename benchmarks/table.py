@@ -22,7 +22,7 @@ NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 # Debian packages that the figures depend on, by regular expression of their names.
 PACKAGES = (
     r"libopenblas0-pthread|liblapack3|libcminpack1|libbenchmark1debian|libceres-dev|libdlib-dev"
-    r"|libeigen3-dev|libopen3d-dev|libopencv-core\d+|libpcl-dev|libqhull-r8.0|python3-scipy"
+    r"|libeigen3-dev|libgsl27|libopen3d-dev|libopencv-core\d+|libpcl-dev|libqhull-r8.0|python3-scipy"
 )
 
 HEAD = """# Performance {{#performance}}

@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 if [[ ${1:-} == --peers ]]; then
     shift
     scripts/setup.sh python3 python3-scipy libceres-dev libdlib-dev libeigen3-dev \
-        libopen3d-dev libopencv-{core,imgproc,video}-dev libpcl-dev libqhull-dev
+        libgsl-dev libopen3d-dev libopencv-{core,imgproc,video}-dev libpcl-dev libqhull-dev
 fi
 cases=${1:-.}
 
