@@ -64,6 +64,7 @@ TEST(Estimator, LifeCycleAndMisuse)
     PlanEstimator plan;
     EXPECT_EQ(line.getNbMinData(), 2U);
     EXPECT_EQ(plan.getNbParams(), 4U);
+    EXPECT_EQ(line.getNbParams(), 2U);
     EXPECT_MATH_ERROR(line.getNbData(), "Set DataColl before use");
     EXPECT_MATH_ERROR(line.estim(), "Set DataColl before use");
     EXPECT_MATH_ERROR(line.getEstimParams(), "Call estim before use");

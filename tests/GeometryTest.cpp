@@ -94,6 +94,9 @@ TEST(LineUtils, IntersectionIsExactToTheLastDigitsHoweverSmallTheAngle)
         EXPECT_NEAR(p[0], x, 4 * ulp * std::abs(x));
         EXPECT_NEAR(p[1], y, 4 * ulp * std::abs(y));
     }
+    Vector p(2);  // 1 : 2 stands in both, but at other places
+    lineIntersection(Vector::of({1, 5, 2}), Vector::of({1, 2, 7}), p);
+    EXPECT_TRUE(p.equals(Vector::of({-31.0 / 3, 5.0 / 3}), 4 * 31 * ulp)) << p;
 }
 
 TEST(LineUtils, ParallelLinesAreRefusedAndLeaveThePointAlone)

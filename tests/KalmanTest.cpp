@@ -122,6 +122,27 @@ TEST(KalmanIekf, AgreesWithLeastSquaresOverAllDataOfALinearSystem)
     EXPECT_TRUE(filter.getParamsCov().equals(state * cov * state.transpose(), tolerance));
 }
 
+TEST(KalmanIekf, OneParameterBecomesTheWeightedMean)
+{
+    class : public OpenFilter {
+    public:
+        using OpenFilter::OpenFilter;
+        void stateJacParams(Vector&, Vector&, Matrix& F) override { F[0][0] = 1.0; }
+        void stateJacCtrl(Vector&, Vector&, Matrix&) override {}
+        void stateFct(Vector& x, Vector&, Vector& predicted) override { predicted[0] = x[0]; }
+        void obsJacParams(Vector&, Vector&, Matrix& H) override { H[0][0] = 1.0; }
+        void obsJacObs(Vector&, Vector&, Matrix& B) override { B[0][0] = -1.0; }
+        void obsFct(Vector& x, Vector& z, Vector& value) override { value[0] = x[0] - z[0]; }
+    } filter(1, 1, 0, 1);
+    filter.setParams(Vector::of({10.0}));
+    filter.setParamsCov(diagonal({4.0}));
+    filter.setObs(Vector::of({12.0}), diagonal({1.0}));
+    filter.predict();
+    filter.update();
+    EXPECT_DOUBLE_EQ(filter.getParams()[0], 11.6);  // (10 / 4 + 12) / (1 / 4 + 1)
+    EXPECT_DOUBLE_EQ(filter.getParamsCov()[0][0], 0.8);
+}
+
 // A point in the plane that moves by the control, seen by range and bearing from the origin, with
 // numeric Jacobians throughout.
 class RadarFilter : public OpenFilter {

@@ -59,6 +59,9 @@ TEST(MatrixTH, HoldsRotationAndTranslationOfEveryForm)
                 EXPECT_LT(ulps(back, R), 32);  // two conversions and the rounding of the reference
             EXPECT_EQ(T.getVectorPos(), t);
             EXPECT_EQ(T.getRowVector(3), Vector::of({0, 0, 0, 1}));
+            MatrixTH assigned;
+            assigned = static_cast<Matrix const&>(T);
+            EXPECT_TRUE(isNear(assigned, T, 0) && isNear(MatrixTH(T.begin()), T, 0));
         }
     }
 }
