@@ -89,6 +89,13 @@ TEST(Poly, RootsRebuildThePolynomial)
          [](RandomData& d, int n) {
              return withRoots(n, [&](int) { return std::pow(10.0L, d.uniform(-8, 8)); });
          }},
+        {"beside underflow", 3, 20,
+         [](RandomData& d, int n) {
+             Vector c(n + 1);
+             c[0] = d.integer(1, 20) * std::numeric_limits<double>::denorm_min();
+             c[n] = d.uniform(-14, 14);
+             return c;
+         }},
         {"tiny", 1, 9,
          [](RandomData& d, int n) {
              return withRoots(n, [&](int) { return 1e-30L * d.uniform(1, 2); });

@@ -189,8 +189,12 @@ struct Evaluation {
     Complex step;  // p(z) / p'(z)
 };
 
+// Infinite where the terms are so small that underflow took their digits.
 Evaluation evaluate(Coefficients const& c, Complex z)
 {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double leastExactSum =
+        std::numeric_limits<double>::min() / measuremath::machineEpsilon;
     bool const outside = std::abs(z) > 1.0;  // then in powers of 1 / z, which do not overflow
     Complex const w = outside ? 1.0 / z : z;
     Complex p = 0.0;
@@ -205,6 +209,7 @@ Evaluation evaluate(Coefficients const& c, Complex z)
         std::for_each(c.rbegin(), c.rend(), horner);
     else
         std::for_each(c.begin(), c.end(), horner);
+    if (sum < leastExactSum) return {infinity, infinity};
     double const n = degree(c);
     return {std::abs(p) / sum, outside ? z * p / (n * p - w * derivative) : p / derivative};
 }
