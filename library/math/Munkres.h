@@ -27,7 +27,7 @@ struct CellType {
 /// The total is least when every cost is finite and non-negative. Shift other costs to be
 /// non-negative first: the same amount added to every cell changes no assignment. The reduction
 /// leaves cells at or below 0 as they are, so that with negative costs the result is an
-/// assignment but not always the best one. An infinite or NaN cost forbids its cell.
+/// assignment but not always the best one. An infinite cost, or NaN, forbids its cell; minus infinity is no cost.
 ///
 /// Copies are deep. Indices may be of any integer type and are not checked.
 class MEASUREMATH_API Munkres {
