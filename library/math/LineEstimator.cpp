@@ -39,14 +39,14 @@ struct Scatter {
 template <class Points> Scatter scatterOf(Points const& points)
 {
     double const n = static_cast<double>(points.size());
-    auto const [x0, y0] = points.front();  // sums about it: a far origin costs no digits
+    Coordinates<2> const origin = points.front();  // sums about it: a far origin costs no digits
     Scatter s;
     points.forEach([&](Coordinates<2> const& p) {
-        s.x += p[0] - x0;
-        s.y += p[1] - y0;
+        s.x += p[0] - origin[0];
+        s.y += p[1] - origin[1];
     });
-    s.x = x0 + s.x / n;
-    s.y = y0 + s.y / n;
+    s.x = origin[0] + s.x / n;
+    s.y = origin[1] + s.y / n;
     points.forEach([&](Coordinates<2> const& p) {
         double const dx = p[0] - s.x;
         double const dy = p[1] - s.y;
