@@ -52,6 +52,8 @@ install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documen
 
 if(MEASUREMATH_BUILD_EXAMPLES)
     install(TARGETS measuremath-demo RUNTIME COMPONENT demonstration)
+    install(FILES packaging/measuremath-demo.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+        COMPONENT demonstration)
     install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/data
         COMPONENT demonstration FILES_MATCHING PATTERN *.csv PATTERN README.md)
 endif()

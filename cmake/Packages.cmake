@@ -59,15 +59,14 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
 
 measuremath_package(documentation libmeasuremath-doc doc
     "numerical library for measurement, documents and examples"
-    "This package holds the manual and the sources of the examples.")
+    "This package holds the manual as HTML and the sources of the examples.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
 measuremath_package(demonstration measuremath-demo science
     "numerical library for measurement, demonstration"
-    "This package holds a program that fits measured points, draws the result, and
-the data to try it with.")
+    "This package holds a program that measures real data and shows the results,
+with the code that made them, on one page, and the data that it measures.")
 set(CPACK_DEBIAN_DEMONSTRATION_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_DEMONSTRATION_PACKAGE_DEPENDS
-    "${library_package} ${same_version}, gnuplot-nox | gnuplot")
+set(CPACK_DEBIAN_DEMONSTRATION_PACKAGE_DEPENDS "${library_package} ${same_version}")
 
 include(CPack)

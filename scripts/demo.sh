@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the demonstration, finds the road in a measured street scan and registers a second position.
+# Builds the demonstration, measures the data of this project and shows the results on one page.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,5 +7,4 @@ scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release --target measuremath-demo
 
-build/release/examples/measuremath-demo data/street_scan.csv \
-    build/release/plane.svg build/release/registration.svg
+build/release/examples/measuremath-demo --data data --page build/release/measuremath.html

@@ -7,7 +7,6 @@ packages=(
     ccache
     cmake
     g++
-    gnuplot-nox
     libbenchmark-dev
     libcli11-dev
     libcminpack-dev
@@ -19,6 +18,7 @@ packages=(
     librapidcheck-dev
     ninja-build
     pkg-config
+    python3
     "$@"
 )
 

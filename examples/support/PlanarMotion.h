@@ -3,8 +3,8 @@
 #include "math/Kalman.h"
 
 /// A point in the plane at nearly constant speed: the state is (x, y, vx, vy), the control an
-/// unknown acceleration of mean 0. Derived classes say what is observed, explicitly:
-/// g(x, z) = h(x) - z.
+/// unknown acceleration of mean 0. Derived classes say what is observed, explicitly, as
+/// g(x, z) = h(x) - z; the Jacobian by the state is numeric.
 class PlanarMotion : public KalmanIekf {
 public:
     /// @param dt            time of a step.
@@ -32,6 +32,12 @@ public:
     {
         G[0][0] = G[1][1] = 0.5 * _dt * _dt;
         G[2][0] = G[3][1] = _dt;
+    }
+    void obsJacParams(Vector& x, Vector& z, Matrix& H) override
+    {
+        Vector value(getDimObsFct());
+        obsFct(x, z, value);
+        Jacobien(&Kalman::ptObsFctParams, 4, x, z, getDimObsFct(), value, H, 0.0);
     }
     void obsJacObs(Vector&, Vector&, Matrix& B) override
     {
