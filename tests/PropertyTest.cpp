@@ -148,7 +148,7 @@ TEST_P(Fits, FollowTheirDataInAnyOrder)
     Law const& law = GetParam();
     bool const holds = rc::check([&law] {
         RandomData random(*rc::gen::arbitrary<unsigned int>());
-        double const scale = law.degree == 0.0 ? 1.0 : std::pow(2.0, *rc::gen::inRange(-20, 21));
+        double const scale = law.degree == 0.0 ? 1.0 : std::pow(2.0, *rc::gen::inRange(-200, 201));
         double const reach = law.reach * *rc::gen::inRange(0, 3);
         Points const points = law.data(random);
         int const dimension = points[0].getSize();
@@ -178,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(OfEveryModel, Fits, testing::ValuesIn(laws),
 RC_GTEST_PROP(Registration, FollowsBothSets, ())
 {
     RandomData random(*rc::gen::arbitrary<unsigned int>());
-    double const scale = std::pow(2.0, *rc::gen::inRange(-20, 21));
+    double const scale = std::pow(2.0, *rc::gen::inRange(-200, 201));
     bool const noScale = *rc::gen::arbitrary<bool>();
     Points a = around<3>(random, 5, 2, 3), b = around<3>(random, 4, 3, 3);
     auto const misfits = [&] {
