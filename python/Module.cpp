@@ -25,4 +25,11 @@ PYBIND11_MODULE(measuremath, m)
     bindArrays(m);
     bindRotations(m);
     bindTransforms(m);
+    bindLinearAlgebra(m);
+    bindShapes(m);
+    bindEstimators(m);
+    bindLeastSquares(m);
+    bindKalman(m);
+    bindSplines(m);
+    bindAssignment(m);
 }
