@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double width = 440.0, left = 58.0, right = 430.0, top = 8.0, maxHeight = 400.0;
+constexpr double sheetWidth = 440.0, left = 58.0, right = 430.0, top = 8.0, maxHeight = 400.0;
 
 // The smallest of 1, 2 and 5 times a power of ten that is not below `least`.
 double roundStep(double least)
@@ -144,7 +144,7 @@ std::string Chart::legend(double& y) const
         if (series.legend.empty()) continue;
         bool const areDots = series.length == 1;
         double const length = 34.0 + 6.8 * static_cast<double>(series.legend.size());
-        if (x > left && x + length > width) {
+        if (x > left && x + length > sheetWidth) {
             x = left;
             y += 20.0;
         }
@@ -165,7 +165,7 @@ std::string Chart::svg() const
     std::string const entries = legend(bottom);
     std::ostringstream out;
     out << "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" aria-label=\"" << _description
-        << "\" viewBox=\"0 0 " << width << ' ' << std::ceil(bottom)
+        << "\" viewBox=\"0 0 " << sheetWidth << ' ' << std::ceil(bottom)
         << "\" font-family=\"system-ui, sans-serif\" font-size=\"14\" fill=\"#33414d\">\n"
         << axes(f)
         << "<g transform=\"scale(.1)\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n";
