@@ -56,14 +56,13 @@ std::string Report::figure(double value, bool isWithin, double limit)
 int main()
 {
     g_MathLogger.setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    std::printf(
-        "# Accuracy {#accuracy}\n\n"
-        "Measured by `cmake --build --preset release --target accuracy`, which writes this page. "
-        "The\n"
-        "same program runs among the tests and fails when a figure is beyond its limit, so that "
-        "the\n"
-        "limits, some times what is shown here, hold for every change. ε is 2^-52, the spacing of\n"
-        "doubles at 1; an ulp is ε times the size of the quantity.\n");
+    std::printf(R"(# Accuracy {#accuracy}
+
+Measured by `cmake --build --preset release --target accuracy`, which writes this page. The
+same program runs among the tests and fails when a figure is beyond its limit, so that the
+limits, some times what is shown here, hold for every change. ε is 2^-52, the spacing of
+doubles at 1; an ulp is ε times the size of the quantity.
+)");
     Report report;
     reportDecompositions(report);
     reportRotations(report);

@@ -233,15 +233,11 @@ void reportDecompositions(Report& report)
 {
     report.section(
         "Decompositions and linear solvers",
-        "Worst scaled residual over tall, square and wide matrices from 1 × 1 to 200 × 6 and 80 × "
-        "80\n"
-        "whose singular values fall from 1 to 1 / condition in equal ratios, at the scales 1e-150, "
-        "1\n"
-        "and 1e150. A residual is |A - product of the factors|, |A·x - b|, |Aᵀ·(A·x - b)| or\n"
-        "|A·X - I| divided by the norms of what it is made of, the larger side and ε. The last "
-        "column\n"
-        "is the worst |I - Qᵀ·Q| of the orthogonal factors, scaled alike. LAPACK's own tests allow "
-        "30.",
+        R"(Worst scaled residual over tall, square and wide matrices from 1 × 1 to 200 × 6 and 80 × 80
+whose singular values fall from 1 to 1 / condition in equal ratios, at the scales 1e-150, 1
+and 1e150. A residual is |A - product of the factors|, |A·x - b|, |Aᵀ·(A·x - b)| or
+|A·X - I| divided by the norms of what it is made of, the larger side and ε. The last column
+is the worst |I - Qᵀ·Q| of the orthogonal factors, scaled alike. LAPACK's own tests allow 30.)",
         {"function", "1", "1e4", "1e8", "1e12", "1e16", "orthogonality"});
     for (Subject const& subject : subjects) {
         std::vector<std::string> cells;

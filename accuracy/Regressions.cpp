@@ -110,20 +110,18 @@ void reportLinearRegressions(Report& report)
 {
     report.section(
         "Linear regressions of the NIST Statistical Reference Datasets",
-        "Digits that agree with the certified values (15 of them), the fewest over the "
-        "parameters.\n"
-        "The columns are neither centred nor scaled; those of Filip depend on each other to "
-        "fifteen\n"
-        "digits, and the noise of Wampler5 is 1e4 times that of Wampler3. `SVDSolver` weighs its\n"
-        "columns by their size, which costs digits where the sizes differ by orders of magnitude\n"
-        "(Pontius): scale them, or use `qrSolve`, which does not mix them.",
+        R"(Digits that agree with the certified values (15 of them), the fewest over the parameters.
+The columns are neither centred nor scaled; those of Filip depend on each other to fifteen
+digits, and the noise of Wampler5 is 1e4 times that of Wampler3. `SVDSolver` weighs its
+columns by their size, which costs digits where the sizes differ by orders of magnitude
+(Pontius): scale them, or use `qrSolve`, which does not mix them.)",
         {"problem", "parameters, SVDSolver", "parameters, qrSolve", "standard deviations",
          "standard error of unit weight"});
     auto const rows = readReference("nist_strd_linear.csv");
     auto row = rows.begin();
     for (Linear const& problem : linears) {
         int const first = static_cast<int>(row[3].at(0)), last = static_cast<int>(row[3].at(1));
-        std::ptrdiff_t const nbPredictors = std::string(problem.name) == "Longley" ? 6 : 1;
+        auto const nbPredictors = static_cast<std::ptrdiff_t>(row[3].at(2));
         Matrix const A = designMatrix({row + 5, row + 5 + nbPredictors}, first, last);
         Vector const y = toVector(row[4]);
         SVDSolver solver;
@@ -144,15 +142,11 @@ void reportNonlinearRegressions(Report& report)
 {
     report.section(
         "Non-linear regressions of the NIST Statistical Reference Datasets",
-        "Digits of `LMMinPack` that agree with the certified values (11 of them), the fewest over "
-        "the\n"
-        "parameters, from start 1 / start 2, with exact and with numeric derivatives, at the "
-        "default\n"
-        "tolerance 2^-26 and at 1e-15. BoxBOD from start 1 and MGH17 from start 1 at the default\n"
-        "tolerance end elsewhere, as MINPACK called by hand does. Last, the digits of the "
-        "standard\n"
-        "deviations and of the sum of squares; the residuals of Lanczos1, 1e-13, are rounding "
-        "errors.",
+        R"(Digits of `LMMinPack` that agree with the certified values (11 of them), the fewest over the
+parameters, from start 1 / start 2, with exact and with numeric derivatives, at the default
+tolerance 2^-26 and at 1e-15. BoxBOD from start 1 and MGH17 from start 1 at the default
+tolerance end elsewhere, as MINPACK called by hand does. Last, the digits of the standard
+deviations and of the sum of squares; the residuals of Lanczos1, 1e-13, are rounding errors.)",
         {"problem", "exact", "exact, 1e-15", "numeric", "numeric, 1e-15", "deviations",
          "sum of squares"});
     for (Problem const& problem : nistProblems()) {

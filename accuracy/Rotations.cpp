@@ -119,11 +119,10 @@ void reportRotations(Report& report)
 {
     report.section(
         "Rotations there and back",
-        "Worst difference in ulp over 5000 random axes for each range of the angle, in radians;\n"
-        "relative to the rotation vector's length, so that tiny rotations keep all their digits, "
-        "too.\n"
-        "The conversions themselves agree with 60-digit references within 3 ulp (the tests of\n"
-        "rotations).",
+        R"(Worst difference in ulp over 5000 random axes for each range of the angle, in radians;
+relative to the rotation vector's length, so that tiny rotations keep all their digits, too.
+The conversions themselves agree with 60-digit references within 3 ulp (the tests of
+rotations).)",
         {"way", "1e-9 to 1e-3", "1e-3 to 1", "1 to 3", "3 to π - 1e-9"});
     for (RoundTrip const& trip : roundTrips) {
         std::vector<std::string> cells;

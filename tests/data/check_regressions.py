@@ -28,7 +28,7 @@ def digits(values, certified):
     return float(-log10(max(max(errors), mpf("1e-16"))))
 
 
-for name, (parameters, deviations, (deviation,), (first, last), y, *predictors) in problems():
+for name, (parameters, deviations, (deviation,), (first, last, _), y, *predictors) in problems():
     A = matrix([[1] * (first == 0) + [x[i] ** p for x in predictors for p in range(1, int(last) + 1)]
                 for i in range(len(y))])
     normal = (A.T * A) ** -1
