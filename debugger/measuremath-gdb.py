@@ -46,6 +46,10 @@ class ArrayPrinter:
         self._shape = (int(shape[0]), int(shape[1])) if base.tag.startswith("TArray<") else None
         block = members[1].cast(pointer)                  # virtual table, two numbers, elements
         numbers = (block + 1).cast(integer)               # holders, bytes
+        if block == 0:                                    # an array that never had elements
+            self._holders = 1 if members[0] != 0 else 0
+            self._size = 0
+            return
         try:
             self._holders = int(numbers[0])
             self._size = int(numbers[1]) // element.sizeof

@@ -95,11 +95,11 @@ TEST(Matrix, SumsAndScalars)
         Matrix sum = a;
         sum += b;
         expectSame(a + b, sum);
-        expectSame(-(-a) + b, sum);
+        for (Matrix const& s : {-(-a) + b, a + -(-b), -(-a) + -(-b)}) expectSame(s, sum);
         Matrix difference = a;
         difference -= b;
         expectSame(a - b, difference);
-        expectSame(-(-a) - b, difference);
+        for (Matrix const& d : {-(-a) - b, a - -(-b), -(-a) - -(-b)}) expectSame(d, difference);
         expectSame(a + -b, difference);
         expectSame(2.0 * a, a + a);
         expectSame(a * 2.0, a + a);

@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdint>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -35,7 +36,7 @@ struct OpenAllocator : Allocator {
     using Allocator::Allocator;
 };
 
-// 0 and 16 doubles still lie in the object's block, 17 do not.
+// Blocks of up to 16 doubles are kept for reuse.
 int const sizes[] = {0, 1, 3, 4, 5, 9, 16, 17, 100};
 
 TEST(Allocator, BufferCallsWorkOnTheObjectItself)
@@ -76,15 +77,54 @@ TEST(Allocator, HoldsABlockForSizeZero)
     a->decrement();
 }
 
-TEST(TVector, SmallOnesCostOneHeapBlock)
+TEST(TVector, EachCostsOneHeapBlockAndAnEmptyOneNone)
 {
     constexpr std::size_t count = 1000;
-    std::vector<TVector<double>> held;
-    held.reserve(count);
+    for (int const n : sizes) {
+        std::vector<TVector<double>> held(count);
+        HeapCounter const heap;
+        for (TVector<double>& v : held) v = TVector<double>(n);
+        EXPECT_LE(heap.blocks(), count) << n;
+        EXPECT_GT(heap.blocks(), count / 2) << n << ": more than a thread keeps for reuse";
+    }
     HeapCounter const heap;
-    for (std::size_t i = 0; i < count; ++i) held.emplace_back(16);
-    EXPECT_LE(heap.blocks(), count);
-    EXPECT_GT(heap.blocks(), count / 2) << "more than the pool can hold back";
+    TVector<double> const empty;
+    TVector<double> const copy = empty;
+    EXPECT_EQ(heap.blocks(), 0U);
+    EXPECT_EQ(addressOf(copy), nullptr);
+}
+
+TEST(TVector, IsEmptyAndOfUseAfterAMove)
+{
+    for (int const n : sizes) {
+        SCOPED_TRACE(n);
+        TVector<double> a = counting(n);
+        double const* const buffer = addressOf(a);
+        TVector<double> b = std::move(a);
+        EXPECT_EQ(addressOf(b), buffer);
+        EXPECT_TRUE(a.empty());
+        EXPECT_EQ(a.begin(), a.end());
+        a.zeroed();
+        a.clear();
+        TVector<double> const copyOfEmpty = a;
+        EXPECT_EQ(copyOfEmpty.size(), 0U);
+
+        a = counting(2);
+        a = std::move(b);
+        EXPECT_EQ(addressOf(a), buffer);
+        EXPECT_TRUE(b.empty());
+        TVector<double>& itself = a;
+        a = std::move(itself);
+        EXPECT_EQ(addressOf(a), buffer);
+        b.init(a);
+        EXPECT_EQ(b.getSize(), n);
+    }
+    Array c(2, 3);
+    Array d = std::move(c);
+    EXPECT_EQ(c.getRow() + c.getCol() + c.getSize(), 0);
+    c = std::move(d);
+    EXPECT_EQ(c.getCol(), 3);
+    EXPECT_EQ(d.getRow() + d.getCol() + d.getSize(), 0);
 }
 
 TEST(TVector, SharesUntilTheFirstWrite)

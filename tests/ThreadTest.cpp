@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -78,6 +79,28 @@ TEST(Threads, WithSeparateObjectsDoNotDisturbEachOther)
     other.join();
     EXPECT_EQ(results[0], expected[0]);
     EXPECT_EQ(results[1], expected[1]);
+}
+
+// Outlives what the main thread keeps of freed vectors.
+Vector& lastOfAll()
+{
+    static Vector v;
+    return v;
+}
+
+TEST(Threads, MayFreeEachOthersVectors)
+{
+    std::vector<Vector> points(1000);  // more than a thread keeps
+    for (int round = 0; round < 3; ++round) {
+        std::thread maker([&] {
+            for (Vector& p : points) p = Vector::of({1, 2, 3});
+            lastOfAll() = points.front() + points.back();
+        });
+        maker.join();
+        Vector sum(3);
+        for (Vector& p : points) sum += std::exchange(p, Vector());
+        EXPECT_EQ(sum, 500.0 * lastOfAll());
+    }
 }
 
 }  // namespace

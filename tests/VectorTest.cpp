@@ -1,5 +1,6 @@
 #include "math/Vector.h"
 
+#include "support/HeapCounter.h"
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
 
@@ -10,6 +11,7 @@
 #include <iomanip>
 #include <limits>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -32,17 +34,23 @@ TEST(Vector, ElementwiseOperationsAgreeInEveryForm)
         std::function<double(double, double)> scalar;
         Vector& (Vector::*compound)(Vector const&);
         std::function<Vector(Vector const&, Vector const&)> binary;
-        std::function<Vector(Vector const&, Vector const&)> onTemporary;
+        std::function<Vector(Vector, Vector)> onLeft, onRight, onBoth;
     };
     Form const forms[] = {
         {std::plus<>(), &Vector::operator+=, std::plus<>(),
-         [](Vector const& a, Vector const& b) { return -(-a) + b; }},
+         [](Vector a, Vector b) { return std::move(a) + b; },
+         [](Vector a, Vector b) { return a + std::move(b); },
+         [](Vector a, Vector b) { return std::move(a) + std::move(b); }},
         {std::minus<>(), &Vector::operator-=, std::minus<>(),
-         [](Vector const& a, Vector const& b) { return -(-a) - b; }},
+         [](Vector a, Vector b) { return std::move(a) - b; },
+         [](Vector a, Vector b) { return a - std::move(b); },
+         [](Vector a, Vector b) { return std::move(a) - std::move(b); }},
         {std::multiplies<>(), static_cast<Vector& (Vector::*)(Vector const&)>(&Vector::operator*=),
-         std::multiplies<>(), [](Vector const& a, Vector const& b) { return -(-a) * b; }},
+         std::multiplies<>(), [](Vector a, Vector b) { return std::move(a) * b; },
+         std::multiplies<>(), std::multiplies<>()},
         {std::divides<>(), static_cast<Vector& (Vector::*)(Vector const&)>(&Vector::operator/=),
-         std::divides<>(), [](Vector const& a, Vector const& b) { return -(-a) / b; }},
+         std::divides<>(), [](Vector a, Vector b) { return std::move(a) / b; }, std::divides<>(),
+         std::divides<>()},
     };
     RandomData random(1);
     for (int const n : {0, 1, 2, 3, 4, 7, 17, 64}) {
@@ -58,12 +66,27 @@ TEST(Vector, ElementwiseOperationsAgreeInEveryForm)
             Vector inPlace = a;
             expectSame((inPlace.*form.compound)(b), expected);
             expectSame(form.binary(a, b), expected);
-            expectSame(form.onTemporary(a, b), expected);
+            for (auto const& onTemporary : {form.onLeft, form.onRight, form.onBoth}) {
+                expectSame(onTemporary(a, b), expected);  // whose buffers others hold
+                expectSame(onTemporary(Vector(a.begin(), n), Vector(b.begin(), n)), expected);
+            }
 
             Vector aliased = a;
             expectSame((aliased.*form.compound)(aliased), ofItself);
         }
     }
+}
+
+TEST(Vector, AChainOfTemporariesWritesIntoTheFirstOfThem)
+{
+    Vector const a(100);  // too large to be kept for reuse
+    HeapCounter const heap;
+    Vector const left = -(2.0 * a + a - a) / 3.0 * 0.5;
+    EXPECT_EQ(heap.blocks(), 1U);
+    Vector const right = a - (a + 0.5 * a);
+    EXPECT_EQ(heap.blocks(), 2U);
+    Vector const both = 2.0 * a - a / 3.0;
+    EXPECT_EQ(heap.blocks(), 4U);
 }
 
 TEST(Vector, ScalingByOneKeepsSharing)

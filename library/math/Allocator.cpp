@@ -1,48 +1,66 @@
 #include "math/Allocator.h"
 
-#include "math/internal/BlockPool.h"
-
 #include <cstring>
 #include <new>
 
-namespace BlockPool = measuremath::BlockPool;
+namespace {
 
-Allocator::Allocator() = default;
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool keepsBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool keepsBlocks = false;
+#else
+constexpr bool keepsBlocks = true;
+#endif
+#else
+constexpr bool keepsBlocks = true;
+#endif
+
+thread_local bool threadHasEnded = false;
+
+}  // namespace
+
+constinit __thread Allocator* Allocator::_kept[large + 1] = {};
+
+// Gives what a thread keeps back to the heap when it ends. Containers that die later still, those
+// with static storage, keep nothing.
+struct Allocator::ThreadEnd {
+    ThreadEnd() = default;
+    ThreadEnd(ThreadEnd const&) = delete;
+    ThreadEnd& operator=(ThreadEnd const&) = delete;
+    ~ThreadEnd()
+    {
+        threadHasEnded = true;
+        for (Allocator*& first : _kept) {
+            while (first != nullptr) {
+                Allocator* const last = first;
+                first = static_cast<Allocator*>(last->_data);
+                ::operator delete(last);
+            }
+        }
+    }
+};
 
 Allocator::Allocator(unsigned int size, void const* src)
 {
     allocate(src, size);
 }
 
-Allocator::~Allocator() = default;
-
-Allocator* Allocator::make()
+Allocator* Allocator::makeOnHeap(unsigned int size)
 {
-    return makeEmpty(BlockPool::step);
-}
-
-Allocator* Allocator::make(unsigned int size, void const* src)
-{
-    Allocator* const made = makeEmpty(size <= maxInlineSize ? BlockPool::roundUp(size) : BlockPool::step);
-    try {
-        made->allocate(src, size);
-    } catch (...) {
-        made->decrement();
-        throw;
-    }
-    return made;
-}
-
-Allocator* Allocator::makeEmpty(unsigned int inlineCapacity)
-{
-    auto* const made = ::new (BlockPool::take(sizeof(Allocator), inlineCapacity)) Allocator;
-    made->_inlineCapacity = inlineCapacity;
+    unsigned int const list = listOf(size);
+    std::size_t const capacity = list == large ? size : (list - 1) * sizeof(double);
+    auto* const made = ::new (::operator new(sizeof(Allocator) + capacity)) Allocator;
+    made->_list = list;
+    made->_size = size;
+    made->_data = made + 1;
     return made;
 }
 
 void Allocator::allocate(void const* src, unsigned int size)
 {
-    void* const buffer = newBuffer(size);
+    void* const buffer = ::operator new[](size);
     if (src != nullptr && size != 0) std::memcpy(buffer, src, size);
     _data = buffer;
     _size = size;
@@ -50,7 +68,8 @@ void Allocator::allocate(void const* src, unsigned int size)
 
 void Allocator::deallocate()
 {
-    freeBuffer();
+    bool const isBehind = _list != notMade && _data == this + 1;
+    if (!isBehind) ::operator delete[](_data);
     _data = nullptr;
     _size = 0;
 }
@@ -68,31 +87,36 @@ void Allocator::zeroed(void* dest, unsigned int size)
 Allocator* Allocator::getOwnCopy()
 {
     if (!isShared()) return this;
-    Allocator* const own = make(_size, _data);
+    Allocator* const own = make(_size);
+    own->copy(_data, _size);
     decrement();
     return own;
+}
+
+void Allocator::releaseLast()
+{
+    if (mayStartList())
+        keepBefore(nullptr, 1);
+    else
+        decrement();
+}
+
+bool Allocator::mayStartList() const
+{
+    bool const isEmpty = _kept[_list] == nullptr;  // else it is full
+    if (!keepsBlocks || !isEmpty || _list == large || threadHasEnded) return false;
+    thread_local ThreadEnd const end;
+    static_cast<void>(end);
+    return true;
 }
 
 void Allocator::goingAway()
 {
     deallocate();
-    unsigned int const capacity = _inlineCapacity;
-    if (capacity == 0) {
+    if (_list == notMade) {
         delete this;
-        return;
+    } else {
+        this->~Allocator();
+        ::operator delete(this);
     }
-    this->~Allocator();
-    BlockPool::give(this, capacity);
-}
-
-void* Allocator::newBuffer(unsigned int size)
-{
-    if (_inlineCapacity != 0 && size <= _inlineCapacity) return inlineBuffer();
-    return ::operator new[](size);
-}
-
-void Allocator::freeBuffer()
-{
-    bool const ownsBlock = _inlineCapacity == 0 || _data != inlineBuffer();
-    if (ownsBlock) ::operator delete[](_data);
 }

@@ -11,15 +11,15 @@ template <class T> class TVector;
 /// private one (`getOwnCopy`), which is where copy-on-write happens. Counts are plain integers:
 /// containers that share a buffer belong to one thread at a time.
 ///
-/// An Allocator that a container makes keeps small buffers (up to `maxInlineSize` bytes) behind
-/// the object in the same heap block, so that a 3-vector or a 4 × 4 matrix costs one block.
+/// An Allocator that a container makes has its buffer behind the object, in the same heap block.
+/// When its last holder goes away, a small one (a 4 × 4 matrix of double at most) is kept for the
+/// thread's next container of that size: chains of expressions pass the same few blocks around.
+/// A thread keeps at most 128 of each size, some 220 kB in all. With an address sanitizer none is kept,
+/// so that misuse stays visible.
 class MEASUREMATH_API Allocator : public MReferenceCounter {
 public:
-    /// Largest buffer, in bytes, held within the Allocator's own block: a 4 × 4 matrix of double.
-    static constexpr unsigned int maxInlineSize = 16 * sizeof(double);
-
     /// Empty: size 0, no buffer.
-    Allocator();
+    Allocator() = default;
 
     /// Buffer of `size` bytes holding a copy of `src`, uninitialised when `src` is null. A buffer
     /// is allocated for size 0 too.
@@ -27,16 +27,10 @@ public:
     Allocator(unsigned int size, void const* src);
 
     /// The buffer is released when the last holder goes away, not here.
-    ~Allocator() override;
+    ~Allocator() override = default;
 
     Allocator(Allocator const&) = delete;
     Allocator& operator=(Allocator const&) = delete;
-
-    /// Same as the default constructor and the sized one, with the buffer of a small size in the
-    /// object's own heap block: the forms that containers use. The caller holds the one count.
-    /// @throws std::bad_alloc when memory runs out.
-    static Allocator* make();
-    static Allocator* make(unsigned int size, void const* src);  ///< @copydoc make()
 
     /// Takes a new buffer of `size` bytes, copied from `src` unless that is null. An existing
     /// buffer is not freed: call `deallocate` first.
@@ -60,19 +54,70 @@ public:
 
 private:
     template <class T> friend class TVector;
+    struct ThreadEnd;
 
-    void goingAway() override;
+    // What a thread keeps: a list for each number of doubles. In an Allocator that is kept, `_data`
+    // leads to the next one and `_size` is the length of the list from there on. Large ones, and
+    // those that make did not make, have lists where nothing ever is.
+    static constexpr unsigned int maxKept = 128;
+    static constexpr unsigned int maxKeptDoubles = 16;
+    static constexpr unsigned int notMade = 0;
+    static constexpr unsigned int large = maxKeptDoubles + 2;
+    static constexpr unsigned int listOf(unsigned int size)
+    {
+        constexpr unsigned int step = sizeof(double);
+        return size > maxKeptDoubles * step ? large : (size + step - 1) / step + 1;
+    }
 
-    static Allocator* makeEmpty(unsigned int inlineCapacity);
+    // Of all thread-local storage, only this kind needs no call for an access. It suits the few
+    // bytes here also in a library that a program loads late.
+    static __thread Allocator* _kept[large + 1] __attribute__((tls_model("initial-exec")));
+
+    // For containers, as are the next two: object and buffer in one heap block.
+    static Allocator* make(unsigned int size)
+    {
+        unsigned int const list = listOf(size);
+        Allocator* const made = _kept[list];
+        if (made == nullptr) return makeOnHeap(size);
+        _kept[list] = static_cast<Allocator*>(made->_data);
+        made->_size = size;
+        made->_data = made + 1;
+        return made;
+    }
+
+    void share() { ++_count; }
+
+    void release()
+    {
+        if (isShared()) {
+            --_count;
+            return;
+        }
+        Allocator* const next = _kept[_list];
+        if (next != nullptr && next->_size < maxKept)
+            keepBefore(next, next->_size + 1);
+        else
+            releaseLast();
+    }
+
     bool isShared() const { return _count > 1; }
-    void* newBuffer(unsigned int size);
-    void freeBuffer();
-    void* inlineBuffer() { return this + 1; }
+
+    void keepBefore(Allocator* next, unsigned int length)
+    {
+        _data = next;
+        _size = length;
+        _kept[_list] = this;
+    }
+
+    static Allocator* makeOnHeap(unsigned int size);
+    void releaseLast();
+    bool mayStartList() const;
+    void goingAway() override;
 
 protected:
     unsigned int _size = 0;  ///< Bytes in the buffer.
     void* _data = nullptr;   ///< The buffer; null when empty.
 
 private:
-    unsigned int _inlineCapacity = 0;  // bytes behind the object in its block; 0: made by new
+    unsigned int _list = notMade;
 };

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <functional>
 #include <ostream>
+#include <utility>
 
 char const* const Matrix::badDim = "Bad matrix dimensions";
 
@@ -106,45 +107,42 @@ void Matrix::overwriteBlock(int r0, int c0, Matrix const& block)
         std::copy_n(in, source.getCol(), out);
 }
 
-template <class Op> Matrix& Matrix::combine(Matrix const& b, Op op)
-{
-    requireSameDimensions(*this, b);
-    double* const out = begin();
-    measuremath::transform(out, b.begin(), out, size(), op);
-    return *this;
-}
-
 template <class Op> Matrix Matrix::combined(Matrix const& b, Op op) const
 {
     requireSameDimensions(*this, b);
     Matrix result(getRow(), getCol(), NO_INIT);
-    measuremath::transform(begin(), b.begin(), result.begin(), size(), op);
+    measuremath::transform(begin(), b.begin(), result.ownElements(), size(), op);
     return result;
 }
 
-Matrix& Matrix::operator+=(Matrix const& b) { return combine(b, std::plus<>()); }
-Matrix& Matrix::operator-=(Matrix const& b) { return combine(b, std::minus<>()); }
+// `out` is this matrix or `b`.
+template <class Op> Matrix& Matrix::combineInto(Matrix& out, Matrix const& b, Op op) const
+{
+    requireSameDimensions(*this, b);
+    double* const p = out.begin();
+    measuremath::transform(begin(), b.begin(), p, size(), op);
+    return out;
+}
+
+Matrix& Matrix::operator+=(Matrix const& b) { return combineInto(*this, b, std::plus<>()); }
+Matrix& Matrix::operator-=(Matrix const& b) { return combineInto(*this, b, std::minus<>()); }
 
 Matrix Matrix::operator+(Matrix const& b) const& { return combined(b, std::plus<>()); }
 Matrix Matrix::operator-(Matrix const& b) const& { return combined(b, std::minus<>()); }
+Matrix Matrix::operator-() const& { return combined(*this, measuremath::negated); }
 
-// A temporary's buffer takes the result when nobody else holds it.
-Matrix Matrix::operator+(Matrix const& b) && { return combine(b, std::plus<>()); }
-Matrix Matrix::operator-(Matrix const& b) && { return combine(b, std::minus<>()); }
-
-Matrix Matrix::operator-() const
-{
-    Matrix result(getRow(), getCol(), NO_INIT);
-    measuremath::transform(begin(), result.begin(), size(), std::negate<>());
-    return result;
-}
+// A temporary's buffer takes the result.
+Matrix Matrix::operator+(Matrix const& b) && { return std::move(*this += b); }
+Matrix Matrix::operator-(Matrix const& b) && { return std::move(*this -= b); }
+Matrix Matrix::operator+(Matrix&& b) const& { return std::move(combineInto(b, b, std::plus<>())); }
+Matrix Matrix::operator-(Matrix&& b) const& { return std::move(combineInto(b, b, std::minus<>())); }
+Matrix Matrix::operator+(Matrix&& b) && { return std::move(*this += b); }
+Matrix Matrix::operator-(Matrix&& b) && { return std::move(*this -= b); }
+Matrix Matrix::operator-() && { return std::move(combineInto(*this, *this, measuremath::negated)); }
 
 Matrix& Matrix::operator*=(double s)
 {
-    if (s == 1.0) return *this;
-    double* const out = begin();
-    measuremath::transform(out, out, size(), [s](double x) { return x * s; });
-    return *this;
+    return s == 1.0 ? *this : combineInto(*this, *this, measuremath::times(s));
 }
 
 Matrix& Matrix::operator/=(double s)
@@ -155,19 +153,17 @@ Matrix& Matrix::operator/=(double s)
 
 Matrix operator*(double s, Matrix const& m)
 {
-    if (s == 1.0) return m;
-    Matrix result(m.getRow(), m.getCol(), Matrix::NO_INIT);
-    measuremath::transform(m.begin(), result.begin(), m.size(), [s](double x) { return x * s; });
-    return result;
+    return s == 1.0 ? m : m.combined(m, measuremath::times(s));
 }
-
+Matrix operator*(double s, Matrix&& m) { return std::move(m *= s); }
 Matrix operator*(Matrix const& m, double s) { return s * m; }
+Matrix operator*(Matrix&& m, double s) { return std::move(m *= s); }
 
 Matrix Matrix::operator*(Matrix const& b) const
 {
     measuremath::require(getCol() == b.getRow(), badDim);
     Matrix result(getRow(), b.getCol(), NO_INIT);
-    measuremath::multiply(begin(), b.begin(), result.begin(), getRow(), getCol(), b.getCol());
+    measuremath::multiply(begin(), b.begin(), result.ownElements(), getRow(), getCol(), b.getCol());
     return result;
 }
 

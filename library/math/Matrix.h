@@ -10,7 +10,8 @@
 /// Dense m × n matrix of double, row-major, with copy-on-write storage.
 ///
 /// Copying, assigning and returning by value share the buffer; a writing operation takes a
-/// private one first. An operation that throws leaves its operands as they were, and operands may
+/// private one first. A temporary's own buffer takes the result of an operation on it; a matrix that
+/// was moved from is 0 × 0. An operation that throws leaves its operands as they were, and operands may
 /// alias (`m *= m`), except where `invert` says what it leaves. Indices and counts may be of any
 /// integer type; `m[r][c]` is not checked, `m.at(r, c)` is.
 class MEASUREMATH_API Matrix : public TArray<double> {
@@ -42,12 +43,6 @@ public:
     Matrix(double const* src, R rows, C cols) : TArray<double>(src, rows, cols)
     {
     }
-
-    /// Shares the buffer of `other`.
-    Matrix(Matrix const& other) = default;
-    /// Shares the buffer of `other` and takes its dimensions.
-    Matrix& operator=(Matrix const& other) = default;
-    ~Matrix() override = default;
 
     /// The matrix of the listed rows: `Matrix::of({{1, 2}, {3, 4}})`.
     /// @throws MathError "Bad matrix dimensions" when the rows differ in length.
@@ -155,7 +150,12 @@ public:
     Matrix operator-(Matrix const& b) const&;  ///< Difference.
     Matrix operator+(Matrix const& b) &&;  ///< Sum.
     Matrix operator-(Matrix const& b) &&;  ///< Difference.
-    Matrix operator-() const;  ///< Every element negated.
+    Matrix operator+(Matrix&& b) const&;  ///< Sum.
+    Matrix operator-(Matrix&& b) const&;  ///< Difference.
+    Matrix operator+(Matrix&& b) &&;  ///< Sum.
+    Matrix operator-(Matrix&& b) &&;  ///< Difference.
+    Matrix operator-() const&;  ///< Every element negated.
+    Matrix operator-() &&;  ///< Every element negated.
     /// @}
 
     /// Every element times `s`. With s = 1 the buffer is not touched and stays shared.
@@ -229,14 +229,19 @@ private:
     void copyBlock(int r0, int c0, Matrix& block) const;
     void overwriteBlock(int r0, int c0, Matrix const& block);
 
-    template <class Op> Matrix& combine(Matrix const& b, Op op);
     template <class Op> Matrix combined(Matrix const& b, Op op) const;
+    template <class Op> Matrix& combineInto(Matrix& out, Matrix const& b, Op op) const;
+
+    friend MEASUREMATH_API Matrix operator*(double s, Matrix const& m);
 };
 
-/// Every element times `s`.
+/// @name Every element times `s`
+/// @{
 MEASUREMATH_API Matrix operator*(double s, Matrix const& m);
-/// Every element times `s`.
+MEASUREMATH_API Matrix operator*(double s, Matrix&& m);
 MEASUREMATH_API Matrix operator*(Matrix const& m, double s);
+MEASUREMATH_API Matrix operator*(Matrix&& m, double s);
+/// @}
 
 /// Matrix-vector product: element i = Σ_j m(i, j) · v[j].
 /// @throws MathError "Bad vector and matrix dimensions" unless v has one element a column of m.

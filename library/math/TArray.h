@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstddef>
 #include <type_traits>
+#include <utility>
 
 namespace measuremath {
 
@@ -62,40 +63,51 @@ public:
     using const_iterator = T const*;    ///< Const iterator.
 
     /// Empty: size 0, `begin()` is null.
-    TVector() : _allocator(Allocator::make()) {}
+    TVector() noexcept = default;
 
     /// `n` elements, not initialised.
     /// @throws MathError "Invalid array size" when n is negative or n elements exceed 4 GiB.
     template <class N, measuremath::IfIndex<N> = 0>
-    explicit TVector(N n) : TVector(static_cast<T const*>(nullptr), n)
+    explicit TVector(N n) : _allocator(Allocator::make(byteCount(n)))
     {
     }
 
     /// Copy of `n` elements from `src`; not initialised when `src` is null.
     /// @throws MathError "Invalid array size" when n is negative or n elements exceed 4 GiB.
     template <class N, measuremath::IfIndex<N> = 0>
-    TVector(T const* src, N n) : _allocator(Allocator::make(byteCount(n), src))
+    TVector(T const* src, N n) : TVector(n)
     {
+        _allocator->copy(src, _allocator->_size);
     }
 
     /// Shares the buffer of `other`.
-    TVector(TVector const& other) noexcept : _allocator(other._allocator) { ++_allocator->_count; }
+    TVector(TVector const& other) noexcept : _allocator(other.shared()) {}
+
+    /// Takes over the buffer of `other`, which is empty afterwards.
+    TVector(TVector&& other) noexcept : _allocator(std::exchange(other._allocator, nullptr)) {}
 
     /// Shares the buffer of `other`.
     TVector& operator=(TVector const& other) noexcept
     {
-        if (this != &other) {
-            ++other._allocator->_count;
-            replaceAllocator(other._allocator);
-        }
+        replaceAllocator(other.shared());
+        return *this;
+    }
+
+    /// Takes over the buffer of `other`, which is empty afterwards.
+    TVector& operator=(TVector&& other) noexcept
+    {
+        replaceAllocator(std::exchange(other._allocator, nullptr));
         return *this;
     }
 
     /// Gives up this array's share of the buffer.
-    virtual ~TVector() { _allocator->decrement(); }
+    virtual ~TVector() { replaceAllocator(nullptr); }
 
     /// Number of elements.
-    unsigned int size() const { return _allocator->_size / static_cast<unsigned int>(sizeof(T)); }
+    unsigned int size() const
+    {
+        return byteSize() / static_cast<unsigned int>(sizeof(T));
+    }
     int getSize() const { return static_cast<int>(size()); }  ///< @copydoc size
     bool empty() const { return size() == 0; }                ///< True when there is no element.
 
@@ -136,11 +148,11 @@ public:
     void zeroed()
     {
         makePrivate();
-        _allocator->zeroed(_allocator->_data, _allocator->_size);
+        if (_allocator != nullptr) _allocator->zeroed(_allocator->_data, _allocator->_size);
     }
 
     /// Empties this array; others that shared its buffer keep their values.
-    void clear() { replaceAllocator(Allocator::make()); }
+    void clear() { replaceAllocator(nullptr); }
 
     /// Copies the elements of `src` into storage of this array's own; never shares.
     void init(TVector const& src)
@@ -155,26 +167,41 @@ public:
     template <class N, measuremath::IfIndex<N> = 0> void init(T const* src, N n)
     {
         unsigned int const bytes = byteCount(n);
-        if (_allocator->_data == nullptr || _allocator->_size != bytes) {
-            replaceAllocator(Allocator::make(bytes, src));
+        if (_allocator == nullptr || byteSize() != bytes) {
+            *this = TVector(src, n);
         } else {
             makePrivate();
             _allocator->copy(src, bytes);
         }
     }
 
+protected:
+    /// The elements for writing where nobody else can hold the buffer: that of a new array.
+    T* ownElements() { return elements(); }
+
 private:
-    T* elements() const { return static_cast<T*>(_allocator->_data); }
+    unsigned int byteSize() const { return _allocator == nullptr ? 0 : _allocator->_size; }
+
+    T* elements() const
+    {
+        return _allocator == nullptr ? nullptr : static_cast<T*>(_allocator->_data);
+    }
 
     // The only place that un-shares.
     void makePrivate()
     {
-        if (_allocator->isShared()) _allocator = _allocator->getOwnCopy();
+        if (_allocator != nullptr && _allocator->isShared()) _allocator = _allocator->getOwnCopy();
+    }
+
+    Allocator* shared() const noexcept
+    {
+        if (_allocator != nullptr) _allocator->share();
+        return _allocator;
     }
 
     void replaceAllocator(Allocator* next) noexcept
     {
-        _allocator->decrement();
+        if (_allocator != nullptr) _allocator->release();
         _allocator = next;
     }
 
@@ -185,7 +212,7 @@ private:
         return static_cast<unsigned int>(n) * static_cast<unsigned int>(sizeof(T));
     }
 
-    Allocator* _allocator;
+    Allocator* _allocator = nullptr;  // none in an array that never had elements, or gave them away
 };
 
 /// Two-dimensional array over a `TVector`: element (r, c), row-major, at index r · columns + c.
@@ -199,7 +226,9 @@ public:
     /// `rows` × `cols` elements, not initialised.
     /// @throws MathError "Invalid array size" when a count is negative or the array exceeds 4 GiB.
     template <class R, class C, measuremath::IfIndex<R, C> = 0>
-    TArray(R rows, C cols) : TArray(static_cast<T const*>(nullptr), rows, cols)
+    TArray(R rows, C cols)
+        : TVector<T>(elementCount(rows, cols)), _nbRow(static_cast<int>(rows)),
+          _nbCol(static_cast<int>(cols))
     {
     }
 
@@ -215,8 +244,24 @@ public:
     /// Shares the buffer of `other`.
     TArray(TArray const& other) = default;
 
+    /// Takes over the buffer of `other`, which is 0 × 0 afterwards.
+    TArray(TArray&& other) noexcept
+        : TVector<T>(std::move(other)), _nbRow(std::exchange(other._nbRow, 0)),
+          _nbCol(std::exchange(other._nbCol, 0))
+    {
+    }
+
     /// Shares the buffer of `other` and takes its dimensions.
     TArray& operator=(TArray const& other) = default;
+
+    /// Takes over the buffer of `other`, which is 0 × 0 afterwards.
+    TArray& operator=(TArray&& other) noexcept
+    {
+        TVector<T>::operator=(std::move(other));
+        _nbRow = std::exchange(other._nbRow, 0);
+        _nbCol = std::exchange(other._nbCol, 0);
+        return *this;
+    }
 
     ~TArray() override = default;
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <ostream>
+#include <utility>
 
 char const* const Vector::badDim = "Bad vector dimensions";
 
@@ -29,51 +30,58 @@ template <class Container> Container toContainer(Vector const& v)
 
 }  // namespace
 
-template <class Op> Vector& Vector::combine(Vector const& b, Op op)
-{
-    requireSameSize(*this, b);
-    double* const out = begin();
-    measuremath::transform(out, b.begin(), out, size(), op);
-    return *this;
-}
-
+// Of its own for points, the code is half as long, and a chain of expressions a sixth faster.
 template <class Op> Vector Vector::combined(Vector const& b, Op op) const
 {
-    requireSameSize(*this, b);
-    Vector result(size(), NO_INIT);
-    measuremath::transform(begin(), b.begin(), result.begin(), size(), op);
+    if (size() != 3 || b.size() != 3) return combinedAnySize(b, op);
+    Vector result(3, NO_INIT);
+    measuremath::transform(begin(), b.begin(), result.ownElements(), 3, op);
     return result;
 }
 
-Vector& Vector::operator+=(Vector const& b) { return combine(b, std::plus<>()); }
-Vector& Vector::operator-=(Vector const& b) { return combine(b, std::minus<>()); }
-Vector& Vector::operator*=(Vector const& b) { return combine(b, std::multiplies<>()); }
-Vector& Vector::operator/=(Vector const& b) { return combine(b, std::divides<>()); }
+template <class Op>
+[[gnu::noinline]] Vector Vector::combinedAnySize(Vector const& b, Op op) const
+{
+    requireSameSize(*this, b);
+    Vector result(size(), NO_INIT);
+    measuremath::transform(begin(), b.begin(), result.ownElements(), size(), op);
+    return result;
+}
+
+// `out` is this vector or `b`.
+template <class Op> Vector& Vector::combineInto(Vector& out, Vector const& b, Op op) const
+{
+    requireSameSize(*this, b);
+    double* const p = out.begin();
+    measuremath::transform(begin(), b.begin(), p, size(), op);
+    return out;
+}
+
+Vector& Vector::operator+=(Vector const& b) { return combineInto(*this, b, std::plus<>()); }
+Vector& Vector::operator-=(Vector const& b) { return combineInto(*this, b, std::minus<>()); }
+Vector& Vector::operator*=(Vector const& b) { return combineInto(*this, b, std::multiplies<>()); }
+Vector& Vector::operator/=(Vector const& b) { return combineInto(*this, b, std::divides<>()); }
 
 Vector Vector::operator+(Vector const& b) const& { return combined(b, std::plus<>()); }
 Vector Vector::operator-(Vector const& b) const& { return combined(b, std::minus<>()); }
 Vector Vector::operator*(Vector const& b) const& { return combined(b, std::multiplies<>()); }
 Vector Vector::operator/(Vector const& b) const& { return combined(b, std::divides<>()); }
+Vector Vector::operator-() const& { return combined(*this, measuremath::negated); }
 
-// A temporary's buffer takes the result when nobody else holds it.
-Vector Vector::operator+(Vector const& b) && { return combine(b, std::plus<>()); }
-Vector Vector::operator-(Vector const& b) && { return combine(b, std::minus<>()); }
-Vector Vector::operator*(Vector const& b) && { return combine(b, std::multiplies<>()); }
-Vector Vector::operator/(Vector const& b) && { return combine(b, std::divides<>()); }
-
-Vector Vector::operator-() const
-{
-    Vector result(size(), NO_INIT);
-    measuremath::transform(begin(), result.begin(), size(), std::negate<>());
-    return result;
-}
+// A temporary's buffer takes the result.
+Vector Vector::operator+(Vector const& b) && { return std::move(*this += b); }
+Vector Vector::operator-(Vector const& b) && { return std::move(*this -= b); }
+Vector Vector::operator*(Vector const& b) && { return std::move(*this *= b); }
+Vector Vector::operator/(Vector const& b) && { return std::move(*this /= b); }
+Vector Vector::operator+(Vector&& b) const& { return std::move(combineInto(b, b, std::plus<>())); }
+Vector Vector::operator-(Vector&& b) const& { return std::move(combineInto(b, b, std::minus<>())); }
+Vector Vector::operator+(Vector&& b) && { return std::move(*this += b); }
+Vector Vector::operator-(Vector&& b) && { return std::move(*this -= b); }
+Vector Vector::operator-() && { return std::move(combineInto(*this, *this, measuremath::negated)); }
 
 Vector& Vector::operator*=(double s)
 {
-    if (s == 1.0) return *this;
-    double* const out = begin();
-    measuremath::transform(out, out, size(), [s](double x) { return x * s; });
-    return *this;
+    return s == 1.0 ? *this : combineInto(*this, *this, measuremath::times(s));
 }
 
 Vector& Vector::operator/=(double s)
@@ -82,17 +90,13 @@ Vector& Vector::operator/=(double s)
     return *this *= 1.0 / s;
 }
 
-Vector Vector::operator/(double s) const { return *this * (1.0 / s); }
+Vector Vector::operator/(double s) const& { return *this * (1.0 / s); }
+Vector Vector::operator/(double s) && { return std::move(*this *= 1.0 / s); }
 
-Vector operator*(double s, Vector const& v)
-{
-    if (s == 1.0) return v;
-    Vector result(v.size(), Vector::NO_INIT);
-    measuremath::transform(v.begin(), result.begin(), v.size(), [s](double x) { return x * s; });
-    return result;
-}
-
+Vector operator*(double s, Vector const& v) { return s == 1.0 ? v : v.combined(v, measuremath::times(s)); }
+Vector operator*(double s, Vector&& v) { return std::move(v *= s); }
 Vector operator*(Vector const& v, double s) { return s * v; }
+Vector operator*(Vector&& v, double s) { return std::move(v *= s); }
 
 double Vector::dot(Vector const& b) const
 {
@@ -107,7 +111,7 @@ Vector Vector::cross(Vector const& b) const
     double const* const p = begin();
     double const* const q = b.begin();
     Vector result(3, NO_INIT);
-    double* const r = result.begin();
+    double* const r = result.ownElements();
     r[0] = p[1] * q[2] - p[2] * q[1];
     r[1] = p[2] * q[0] - p[0] * q[2];
     r[2] = p[0] * q[1] - p[1] * q[0];

@@ -11,7 +11,8 @@
 /// Column vector of double with copy-on-write storage.
 ///
 /// Copying, assigning and returning by value share the buffer; a writing operation takes a
-/// private one first. An operation that throws leaves its operands as they were, and operands may
+/// private one first. A temporary's own buffer takes the result of an operation on it; a vector that
+/// was moved from is empty. An operation that throws leaves its operands as they were, and operands may
 /// alias (`v += v`).
 class MEASUREMATH_API Vector : public TVector<double> {
 public:
@@ -41,12 +42,6 @@ public:
     Vector(double const* src, N n) : TVector<double>(src, n)
     {
     }
-
-    /// Shares the buffer of `other`.
-    Vector(Vector const& other) = default;
-    /// Shares the buffer of `other`.
-    Vector& operator=(Vector const& other) = default;
-    ~Vector() override = default;
 
     /// The vector of the listed values: `Vector::of({1, 2, 3})`.
     static Vector of(std::initializer_list<double> values);
@@ -81,10 +76,14 @@ public:
     Vector operator-(Vector const& b) &&;  ///< Difference.
     Vector operator*(Vector const& b) &&;  ///< Product.
     Vector operator/(Vector const& b) &&;  ///< Quotient.
+    Vector operator+(Vector&& b) const&;  ///< Sum.
+    Vector operator-(Vector&& b) const&;  ///< Difference.
+    Vector operator+(Vector&& b) &&;  ///< Sum.
+    Vector operator-(Vector&& b) &&;  ///< Difference.
     /// @}
 
-    /// Every element negated.
-    Vector operator-() const;
+    Vector operator-() const&;  ///< Every element negated.
+    Vector operator-() &&;  ///< Every element negated.
 
     /// Every element times `s`. With s = 1 the buffer is not touched and stays shared.
     Vector& operator*=(double s);
@@ -94,7 +93,8 @@ public:
     Vector& operator/=(double s);
 
     /// A copy times 1 / s; infinities (or NaN) for s = 0.
-    Vector operator/(double s) const;
+    Vector operator/(double s) const&;
+    Vector operator/(double s) &&;  ///< @copydoc operator/(double) const&
 
     /// Sum of products; 0 for two empty vectors.
     /// @throws MathError "Bad vector dimensions" when the sizes differ.
@@ -148,14 +148,20 @@ private:
     }
     void overwrite(std::ptrdiff_t start, Vector const& v);
 
-    template <class Op> Vector& combine(Vector const& b, Op op);
     template <class Op> Vector combined(Vector const& b, Op op) const;
+    template <class Op> Vector combinedAnySize(Vector const& b, Op op) const;
+    template <class Op> Vector& combineInto(Vector& out, Vector const& b, Op op) const;
+
+    friend MEASUREMATH_API Vector operator*(double s, Vector const& v);
 };
 
-/// Every element times `s`.
+/// @name Every element times `s`
+/// @{
 MEASUREMATH_API Vector operator*(double s, Vector const& v);
-/// Every element times `s`.
+MEASUREMATH_API Vector operator*(double s, Vector&& v);
 MEASUREMATH_API Vector operator*(Vector const& v, double s);
+MEASUREMATH_API Vector operator*(Vector&& v, double s);
+/// @}
 
 /// Writes "(v0, v1, ...)" with the stream's own formatting; 17 digits round-trip.
 MEASUREMATH_API std::ostream& operator<<(std::ostream& os, Vector const& v);

@@ -10,18 +10,33 @@
 /// for element.
 namespace measuremath {
 
-/// out[i] = op(a[i]).
-template <class Op> void transform(double const* a, double* out, std::size_t n, Op op)
-{
-    for (std::size_t i = 0; i < n; ++i) out[i] = op(a[i]);
-}
-
 /// out[i] = op(a[i], b[i]).
 template <class Op>
 void transform(double const* a, double const* b, double* out, std::size_t n, Op op)
 {
+    if (n == 3) {  // a point: the loop's packed loads would wait for elements stored one by one
+        out[0] = op(a[0], b[0]);
+        out[1] = op(a[1], b[1]);
+        out[2] = op(a[2], b[2]);
+        return;
+    }
     for (std::size_t i = 0; i < n; ++i) out[i] = op(a[i], b[i]);
 }
+
+/// out[i] = op(a[i]).
+template <class Op> void transform(double const* a, double* out, std::size_t n, Op op)
+{
+    transform(a, a, out, n, [op](double x, double) { return op(x); });
+}
+
+/// @name Operations on the elements of one operand, which takes both places
+/// @{
+inline constexpr auto negated = [](double x, double) { return -x; };
+inline auto times(double s)
+{
+    return [s](double x, double) { return x * s; };
+}
+/// @}
 
 /// Sum of term(i) over i < n in four interleaved partial sums, which vectorise and round less.
 template <class Term> double sum(std::size_t n, Term term)
@@ -38,6 +53,7 @@ template <class Term> double sum(std::size_t n, Term term)
 /// Sum of products.
 inline double dot(double const* a, double const* b, std::size_t n)
 {
+    if (n == 3) return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
     return sum(n, [=](std::size_t i) { return a[i] * b[i]; });
 }
 
