@@ -279,9 +279,10 @@ void KalmanIekf::update()
         ++_nbIter;
     } while (!converged && _nbIter < _nbIterMax);
 
+    computeCovariance();
     _status = converged ? KL_OK : KL_NB_ITERATIONS;
-    _params.init(_point);
-    updateCovariance();
+    std::swap(_params, _point);  // allocates nothing: both change, or neither
+    std::swap(_paramsCov, _covariance);
 }
 
 bool KalmanIekf::hasStateSizes() const
@@ -326,7 +327,7 @@ bool KalmanIekf::computeGain()
         _status = KL_MATRIX_INVERSION;
         return false;
     }
-    multiply(_predParamsCov, _byParams.transposed, _covJacT);
+    transpose(_byParams.product, _covJacT);  // P⁻ is symmetric
     multiply(_covJacT, _innovationCovInv, _gain);
     return true;
 }
@@ -363,13 +364,13 @@ double KalmanIekf::correct()
 }
 
 // P = P⁻ - K·(H·P⁻).
-void KalmanIekf::updateCovariance()
+void KalmanIekf::computeCovariance()
 {
-    multiply(_gain, _byParams.product, _paramsCov);
-    double* const P = _paramsCov.begin();
-    measuremath::transform(std::as_const(_predParamsCov).begin(), P, P, _paramsCov.size(),
+    multiply(_gain, _byParams.product, _covariance);
+    double* const P = _covariance.begin();
+    measuremath::transform(std::as_const(_predParamsCov).begin(), P, P, _covariance.size(),
                            std::minus<>());
-    symmetrise(_paramsCov);
+    symmetrise(_covariance);
 }
 
 // The covariance A·C·Aᵀ.

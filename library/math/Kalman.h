@@ -242,7 +242,7 @@ private:
     bool linearise();
     bool computeGain();
     double correct();
-    void updateCovariance();
+    void computeCovariance();
 
     // Covariance A·C·Aᵀ of A·a where a has the covariance C, with what it is made of.
     struct Propagation {
@@ -259,6 +259,7 @@ private:
     Propagation _byParams;  // H·P⁻·Hᵀ
     Propagation _byObs;     // B·R·Bᵀ
     Vector _point;          // ξ
+    Matrix _covariance;     // P, before it becomes the estimate's
     Vector _shift;          // x⁻ - ξ
     Vector _innovation;     // g + H·(x⁻ - ξ)
     Matrix _innovationCov;  // S
