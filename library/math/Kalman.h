@@ -26,7 +26,8 @@
 ///     filter.setObs(z, R); filter.update();
 ///     if (filter.getStatus() == Kalman::KL_OK) use(filter.getParams(), filter.getParamsCov());
 ///
-/// A failed step throws nothing: `getStatus` tells. Dimensions may be of any integer type.
+/// Covariances are symmetric. A failed step throws nothing: `getStatus` tells. Dimensions may be of
+/// any integer type.
 class MEASUREMATH_API Kalman {
 public:
     /// How the last step ended.
@@ -52,19 +53,24 @@ public:
                static_cast<int>(nbObsFct));
     }
 
-    Kalman(Kalman const& other) = default;  ///< Copies the other.
+    Kalman(Kalman const& other) = default;             ///< Copies the other.
     Kalman& operator=(Kalman const& other) = default;  ///< Takes over the contents of the other.
     virtual ~Kalman() = default;
 
     /// @name The model
     /// @{
-    virtual void obsJacParams(Vector& params, Vector& obs, Matrix& H) = 0;  ///< H = ∂g/∂x, p × n.
-    virtual void obsJacObs(Vector& params, Vector& obs, Matrix& B) = 0;  ///< B = ∂g/∂z, p × m.
-    virtual void stateJacParams(Vector& params, Vector& ctrl,
-                                Matrix& F) = 0;  ///< F = ∂f/∂x, n × n.
-    virtual void stateJacCtrl(Vector& params, Vector& ctrl, Matrix& G) = 0;  ///< G = ∂f/∂u, n × c.
-    virtual void stateFct(Vector& params, Vector& ctrl, Vector& predParams) = 0;  ///< x⁻ = f(x, u).
-    virtual void obsFct(Vector& params, Vector& obs, Vector& value) = 0;          ///< g(x, z), p.
+    /// H = ∂g/∂x, p × n.
+    virtual void obsJacParams(Vector& params, Vector& obs, Matrix& H) = 0;
+    /// B = ∂g/∂z, p × m.
+    virtual void obsJacObs(Vector& params, Vector& obs, Matrix& B) = 0;
+    /// F = ∂f/∂x, n × n.
+    virtual void stateJacParams(Vector& params, Vector& ctrl, Matrix& F) = 0;
+    /// G = ∂f/∂u, n × c.
+    virtual void stateJacCtrl(Vector& params, Vector& ctrl, Matrix& G) = 0;
+    /// The transition x⁻ = f(x, u).
+    virtual void stateFct(Vector& params, Vector& ctrl, Vector& predParams) = 0;
+    /// The observation function g(x, z), p values.
+    virtual void obsFct(Vector& params, Vector& obs, Vector& value) = 0;
     /// @}
 
     /// @name Steps
@@ -79,7 +85,7 @@ public:
     virtual void setParamsCov(Matrix const& P);  ///< Both the estimate's and the predicted state's.
     virtual void setParams(Vector const& x);     ///< Both the estimate and the predicted state.
     virtual Matrix& getParamsCov() { return _paramsCov; }          ///< P of the estimate.
-    virtual Matrix& getPredParamsCov() { return _predParamsCov; }  ///< P⁻ of the predicted state.
+    virtual Matrix& getPredParamsCov() { return _predParamsCov; }  ///< P⁻ of the prediction.
     virtual Vector& getParams() { return _params; }                ///< The estimate x.
     virtual Vector& getPredParams() { return _predParams; }        ///< The predicted state x⁻.
     virtual void setCtrl(Vector const& u, Matrix const& Qu);       ///< Control and its covariance.
@@ -87,12 +93,9 @@ public:
     virtual Matrix& getObsCov() { return _obsCov; }         ///< R.
     virtual Vector& getObs() { return _obs; }               ///< z.
 
-    Matrix const& getParamsCov() const { return _paramsCov; }  ///< P of the estimate.
-    Matrix const& getPredParamsCov() const
-    {
-        return _predParamsCov;
-    }                                                            ///< P⁻ of the predicted state.
-    Vector const& getParams() const { return _params; }          ///< The estimate x.
+    Matrix const& getParamsCov() const { return _paramsCov; }          ///< P of the estimate.
+    Matrix const& getPredParamsCov() const { return _predParamsCov; }  ///< P⁻ of the prediction.
+    Vector const& getParams() const { return _params; }                ///< The estimate x.
     Vector const& getPredParams() const { return _predParams; }  ///< The predicted state x⁻.
     Matrix const& getObsCov() const { return _obsCov; }          ///< R.
     Vector const& getObs() const { return _obs; }                ///< z.
@@ -223,6 +226,9 @@ public:
     ///
     /// Works only while the status is `KL_OK`, to which an update resets it. Sets `KL_BAD_ARGUMENT`
     /// when n, m or c is below 1 or sizes disagree; the predicted state is then unchanged.
+    ///
+    /// The estimate itself stays until an update: a step without an observation takes over the
+    /// prediction by `setParams(getPredParams())` and `setParamsCov(getPredParamsCov())`.
     void predict() override;
 
     /// Repeats, from ξ = x⁻ on and with g, H and B at ξ:
