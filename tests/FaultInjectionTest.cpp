@@ -100,6 +100,10 @@ void describe(std::ostream& out, std::vector<MatchedPointInfo> const& points)
 {
     for (MatchedPointInfo const& p : points) out << p.s << ' ' << p.weight << ' ';
 }
+void describe(std::ostream& out, Kalman const& filter)
+{
+    out << filter.getParams() << filter.getParamsCov();
+}
 void describe(std::ostream& out, ConvexPolyedron const& body) { out << body.getNbPlanes(); }
 void describe(std::ostream& out, Pix::ListPoint<double> const& list) { out << list.size(); }
 
@@ -395,6 +399,12 @@ Case const cases[] = {
              filter.predict();
              filter.update();
          });
+     }},
+    {"KalmanIekf::update", [] {
+         Resting filter;
+         filter.predict();
+         return on(with(filter, filter.getParams(), filter.getParamsCov()),
+                   [](auto& f, auto const&...) { f.update(); });
      }},
     {"BSpline::init", [] {
          return on(with(curve()), [](auto& c) { c.init(3, Vector::of({0, 1, 2}), {}, false); });
