@@ -1,4 +1,4 @@
-# What is installed, in four components: runtime, development, documentation, demonstration.
+# What is installed, in the components runtime, development, documentation, demonstration, python.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -56,6 +56,16 @@ if(MEASUREMATH_BUILD_EXAMPLES)
         COMPONENT demonstration)
     install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/data
         COMPONENT demonstration FILES_MATCHING PATTERN *.csv PATTERN README.md)
+endif()
+
+if(MEASUREMATH_BUILD_PYTHON)
+    install(TARGETS measuremath-python LIBRARY DESTINATION ${MEASUREMATH_PYTHON_DIR} COMPONENT python)
+    if(BUILD_SHARED_LIBS AND NOT MEASUREMATH_PACKAGES)
+        file(RELATIVE_PATH libraries_from_module
+            ${CMAKE_INSTALL_PREFIX}/${MEASUREMATH_PYTHON_DIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(measuremath-python PROPERTIES
+            INSTALL_RPATH $ORIGIN/${libraries_from_module})
+    endif()
 endif()
 
 if(MEASUREMATH_PACKAGES)
