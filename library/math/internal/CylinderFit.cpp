@@ -118,6 +118,7 @@ constexpr int nbDirections = 200;
 constexpr double gridStep = 0.18;    // about the angle between neighbours
 constexpr double finestStep = 1e-7;  // radians; below the noise of any measured sample
 constexpr std::size_t nbDescents = 3;
+constexpr int mostSteps = 2000;  // in a narrow valley the rest is better left to the fit
 
 // Evenly over a hemisphere, along a golden-angle spiral.
 Vec3 gridDirection(int i)
@@ -147,10 +148,11 @@ std::vector<Candidate> gridMinima(std::vector<Vec3> const& points)
     return best;
 }
 
-// Walks to the nearest minimum by steps to four sides that halve where none improves.
+// Walks towards the nearest minimum by steps to four sides that halve where none improves.
 Candidate descended(std::vector<Vec3> const& points, Candidate best)
 {
-    for (double step = gridStep / 2.0; step > finestStep;) {
+    double step = gridStep / 2.0;
+    for (int k = 0; k < mostSteps && step > finestStep; ++k) {
         auto const [u, v] = crossAxes(best.d);
         Candidate next = best;
         for (Vec3 const& side : {u, v, -1.0 * u, -1.0 * v}) {
