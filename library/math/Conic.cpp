@@ -116,11 +116,12 @@ void ellipseDecomposition(Vector const& quadParams, Matrix& translation, Matrix&
     Vector const X = (frame.transpose() * conic * frame).getDiagVector();
     require(X[0] != 0.0 && X[1] != 0.0 && X[2] < 0.0, invalidConic);
 
+    Matrix S(3, 3, Matrix::IDENTITY);
+    for (int k = 0; k < 2; ++k) S[k][k] = std::sqrt(1.0 / std::abs(X[k] / -X[2]));
+    log(DEBUG_LOG_LEVEL, "Translation matrix \n", T);
+    log(DEBUG_LOG_LEVEL, "Rotation matrix \n", R);
+    log(DEBUG_LOG_LEVEL, "Scaling matrix \n", S);
     translation = T;
     rotation = R;
-    scaling = Matrix(3, 3, Matrix::IDENTITY);
-    for (int i = 0; i < 2; ++i) scaling[i][i] = std::sqrt(1.0 / std::abs(X[i] / -X[2]));
-    log(DEBUG_LOG_LEVEL, "Translation matrix \n", translation);
-    log(DEBUG_LOG_LEVEL, "Rotation matrix \n", rotation);
-    log(DEBUG_LOG_LEVEL, "Scaling matrix \n", scaling);
+    scaling = S;
 }

@@ -63,9 +63,10 @@ bool factorInto(Matrix const& A, char job, Matrix& U, Vector& S, Matrix& V)
 {
     if (A.empty()) return true;
     Matrix Ut(U.getCol(), U.getRow(), Matrix::NO_INIT);
+    double* const u = U.data();  // a copy of its own, if it needs one, before S and V change
     bool const converged = factor(A, job, Ut, S, V);
     if (converged) {
-        measuremath::transpose(Ut.begin(), U.getCol(), U.getRow(), U.getRow(), U.data());
+        measuremath::transpose(Ut.begin(), U.getCol(), U.getRow(), U.getRow(), u);
     } else {
         U.zeroed();
         S.zeroed();

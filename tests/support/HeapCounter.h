@@ -7,7 +7,22 @@ class HeapCounter {
 public:
     HeapCounter();
     std::size_t blocks() const;
+    /// How many more blocks are held than then.
+    long held() const;
 
 private:
     std::size_t _before;
+    long _heldBefore;
+};
+
+/// Lets one request for memory of this thread fail, for the life of this object: the
+/// `request`-th, from 1 on.
+class HeapFault {
+public:
+    explicit HeapFault(long request);
+    ~HeapFault();
+    HeapFault(HeapFault const&) = delete;
+    HeapFault& operator=(HeapFault const&) = delete;
+
+    bool hasStruck() const;
 };
