@@ -15,56 +15,36 @@ namespace {
 
 using Points = std::vector<Vector>;
 
-// The cell of each point by the definition, for points without a dimension of zero extent.
-std::vector<int> cellsOf(Points const& points, int perSide)
+// The cell of a point in a grid of 8 cells a side over the unit cube.
+int cellOf(Vector const& p)
 {
-    std::vector<int> cells(points.size(), 0);
-    for (int k = 0; k < points[0].getSize(); ++k) {
-        double low = points[0][k];
-        double high = low;
-        for (Vector const& p : points) {
-            low = std::min(low, p[k]);
-            high = std::max(high, p[k]);
-        }
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            double const x = points[i][k];
-            int const cell = x == high ? perSide - 1 : static_cast<int>((x - low) / ((high - low) / perSide));
-            cells[i] = cells[i] * perSide + cell;
-        }
-    }
-    return cells;
-}
-
-std::size_t indexOf(Points const& points, Vector const& datum)
-{
-    std::size_t i = 0;
-    while (points[i].begin() != datum.begin()) ++i;  // a sample shares storage with its datum
-    return i;
+    int cell = 0;
+    for (double const x : p) cell = 8 * cell + std::min(7, static_cast<int>(8.0 * x));
+    return cell;
 }
 
 TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
 {
-    for (int const dims : {1, 2, 3}) {
-        RandomData random(static_cast<unsigned int>(dims));
-        Points points;
-        for (int i = 0; i < 400; ++i) points.push_back(random.vector(dims) * random.vector(dims));
-        Points const& data = points;
-        std::vector<int> const cells = cellsOf(data, 8);
-        std::map<int, double> share;
-        for (int const cell : cells) share[cell] += 1.0 / 400.0;
+    for (unsigned int const dims : {1U, 2U, 3U}) {
+        RandomData random(dims);
+        int const n = static_cast<int>(dims);
+        Points points = {random.vector(n, 0.0, 0.0), random.vector(n, 1.0, 1.0)};  // two corners
+        while (points.size() < 400)
+            points.push_back(random.vector(n, 0.0, 1.0) * random.vector(n, 0.0, 1.0));
+        std::map<int, double> share, drawn;
+        for (Vector const& p : points) share[cellOf(p)] += 1.0 / 400.0;
 
         Buckets buckets;
-        buckets.init(static_cast<unsigned int>(dims));
-        buckets.setDataColl(data);
+        buckets.init(dims);
+        buckets.setDataColl(points);
         ASSERT_EQ(buckets.getNbValidBuckets(), share.size());
 
         Points sample;
-        std::map<int, double> drawn;
         constexpr int draws = 20000;
         initRandGene(3);
         for (int i = 0; i < draws; ++i) {
             buckets.getDataRandomSample(sample, 1);
-            drawn[cells[indexOf(data, sample[0])]] += 1.0 / draws;
+            drawn[cellOf(sample[0])] += 1.0 / draws;
         }
         for (auto const& [cell, p] : share)  // five standard errors and the generator's step
             EXPECT_NEAR(drawn[cell], p, 5.0 * std::sqrt(p / draws) + 1e-4);
@@ -72,7 +52,7 @@ TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
         for (unsigned int const count : {5U, buckets.getNbValidBuckets()}) {
             buckets.getDataRandomSample(sample, count);
             std::set<int> different;
-            for (Vector const& datum : sample) different.insert(cells[indexOf(data, datum)]);
+            for (Vector const& datum : sample) different.insert(cellOf(datum));
             EXPECT_EQ(different.size(), count);
         }
     }
@@ -95,9 +75,9 @@ TEST(Buckets, FacesAndFlatDimensionsGoToTheLastCell)
 // Two points among a hundred thousand: the generator's steps never reach their cells.
 TEST(Buckets, SparseBucketsEndTheSearchToo)
 {
-    Points points(100000, Vector::of({0.0}));
-    points.push_back(Vector::of({1.0}));
-    points.insert(points.begin(), Vector::of({-1.0}));
+    Points points(100002, Vector::of({0.0}));
+    points.front() = Vector::of({-1.0});
+    points.back() = Vector::of({1.0});
     Buckets buckets;
     buckets.init(1);
     buckets.setDataColl(points);
@@ -110,7 +90,8 @@ TEST(Buckets, SparseBucketsEndTheSearchToo)
 TEST(Buckets, MisuseThrowsAndKeepsWhatWasThere)
 {
     Buckets buckets;
-    Points const ends = {Vector::of({0, 0}), Vector::of({1e308, -1e308}), Vector::of({-1e308, 1e308})};
+    Points const ends = {Vector::of({0, 0}), Vector::of({1e308, -1e308}),
+                         Vector::of({-1e308, 1e308})};
     Points sample;
     char const* const initFirst = "Call init before use";
     char const* const dataFirst = "Call init and setDataColl before use";

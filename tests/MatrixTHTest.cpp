@@ -118,23 +118,6 @@ TEST(MatrixTH, TakesAtMostOneHeapBlockForAResult)
     EXPECT_LT(estimating.blocks(), a.size() / 20) << "nothing per point";
 }
 
-TEST(MatrixTH, MisuseLeavesTheOperands)
-{
-    MatrixTH T = sample;
-    std::vector<Vector> mixed = {Vector::of({1, 2, 3}), Vector(2)};
-    EXPECT_MATH_ERROR(MatrixTH(Matrix(3, 4)), "Bad matrix dimesions");
-    EXPECT_MATH_ERROR(T = Matrix(5, 5), "Bad matrix dimesions");
-    EXPECT_MATH_ERROR(T.mapPoint(Vector(4)), "Bad vector dimensions");
-    EXPECT_MATH_ERROR(T.mapPoints(mixed), "Bad vector dimensions");
-    EXPECT_EQ(mixed[0], Vector::of({1, 2, 3}));
-    EXPECT_MATH_ERROR(T.init(Vector(2), Vector(2), Vector(2)), "Bad vector dimensions");
-    EXPECT_TRUE(isNear(T, sample, 0));
-    T.initMatrix(Matrix(2, 2));
-    EXPECT_MATH_ERROR(T.getVectorPos(), "Invalid index value");
-    EXPECT_MATH_ERROR(T.invert(), "Invalid index value");
-    EXPECT_MATH_ERROR(T.init(Vector(3), mixed[0], Vector(3)), "Invalid index value");
-}
-
 TEST(MatrixTHFrame, ThreePointsGiveARightHandedFrame)
 {
     MatrixTH T = sample;
@@ -169,38 +152,34 @@ TEST(MatrixTHRegistration, RecoversEveryRotationAndScale)
 {
     constexpr double inputRounding = 1e-14;  // 2^-52 of distances up to 6, a dozen times
     Vector const t = Vector::of({1, -2, 3});
-    for (auto const& [r, R, q, e] : knownRotations()) {
-        MatrixTH const truth(MatrixR(R), t);
-        for (int const count : {0, 1, 200}) {
-            std::vector<Vector> a = randomPoints(count);
-            a.insert(a.end(),
-                     {Vector::of({1, 0, 0}), Vector::of({0, 1, 0}), Vector::of({0, 0, 1})});
-            for (double const scale : {1.0, 2.0, 0.2}) {
-                std::vector<Vector> const b = mapped(truth, scale, a);
-                MatrixTH T;
-                double const s = T.init(a.data(), b.data(), a.size(), nullptr, scale == 1);
-                EXPECT_NEAR(s, scale, inputRounding);
-                EXPECT_TRUE(isNear(T.getMatrixRot(), R, inputRounding / scale));
-                EXPECT_TRUE(T.getVectorPos().equals(t, inputRounding));
-            }
-        }
-    }
-}
-
-TEST(MatrixTHRegistration, PlanarAndMirroredSetsGiveProperRotations)
-{
+    std::vector<Vector> const triangle = {Vector::of({1, 0, 0}), Vector::of({0, 1, 0}),
+                                          Vector::of({0, 0, 1})};
     std::vector<Vector> flat = randomPoints(20);
     for (Vector& p : flat) p[2] = 0;
-    MatrixTH T;
-    T.init(flat.data(), mapped(sample, 1, flat).data(), flat.size(), nullptr, true);
-    EXPECT_TRUE(isNear(T, sample, 1e-14));
+    for (auto const& [r, R, q, e] : knownRotations())
+        for (auto const& a : {triangle, flat, randomPoints(4), randomPoints(200)})
+            for (double const scale : {1.0, 2.0, 0.2}) {
+                std::vector<Vector> const b = mapped(MatrixTH(MatrixR(R), t), scale, a);
+                MatrixTH T;
+                EXPECT_NEAR(T.init(a.data(), b.data(), a.size(), nullptr, scale == 1), scale,
+                            inputRounding);
+                EXPECT_TRUE(isNear(T.getMatrixRot(), R, inputRounding / scale));
+                EXPECT_TRUE(isNear(T.getVectorPos(), t, inputRounding));
+            }
+}
 
+TEST(MatrixTHRegistration, MirroredSetsGiveProperRotations)
+{
     // The mirror image of a box fits best when its longest axes do.
-    std::vector<Vector> const box = {Vector::of({3, 0, 0}), Vector::of({-3, 0, 0}),
-                                     Vector::of({0, 2, 0}), Vector::of({0, -2, 0}),
-                                     Vector::of({0, 0, 1}), Vector::of({0, 0, -1})};
+    std::vector<Vector> box;
+    for (double const side : {-1.0, 1.0})
+        for (int const axis : {0, 1, 2}) {
+            box.emplace_back(3);
+            box.back()[axis] = side * (3 - axis);
+        }
     std::vector<Vector> mirrored = box;
     for (Vector& p : mirrored) p[0] = -p[0];
+    MatrixTH T;
     T.init(box.data(), mirrored.data(), box.size(), nullptr, true);
     EXPECT_TRUE(isNear(T, MatrixTH(VectorR(0, std::numbers::pi, 0), Vector(3)), 1e-14));
 }
@@ -264,15 +243,23 @@ TEST(MatrixTHPrincipalAxes, AgreeWithReferenceValuesFarFromTheOrigin)
     }
 }
 
-TEST(MatrixTHEstimation, MisuseLeavesTheTransform)
+TEST(MatrixTH, MisuseLeavesTheTransform)
 {
-    std::vector<Vector> a = randomPoints(4);
+    std::vector<Vector> a = randomPoints(4), mixed = {a[0], Vector(2)};
     std::vector<Vector> const same(4, a[0]);
     Vector const *const p = a.data(), *const q = same.data();
     bool const two[] = {true, false, true, false};
     Vector values = Vector::of({7});
     MatrixTH T = sample;
     char const* const tooFew = "Number of matched points must exceed or equal 3";
+    char const* const badSize = "Bad vector dimensions";
+    char const* const eigenFailed = "Eigen Values/Vectors computation failed";
+    EXPECT_MATH_ERROR(MatrixTH(Matrix(3, 4)), "Bad matrix dimesions");
+    EXPECT_MATH_ERROR(T = Matrix(5, 5), "Bad matrix dimesions");
+    EXPECT_MATH_ERROR(T.mapPoint(Vector(4)), badSize);
+    EXPECT_MATH_ERROR(T.mapPoints(mixed), badSize);
+    EXPECT_EQ(mixed[0], a[0]);
+    EXPECT_MATH_ERROR(T.init(Vector(2), Vector(2), Vector(2)), badSize);
     EXPECT_MATH_ERROR(T.init(p, p, 4, two, true), tooFew);
     EXPECT_MATH_ERROR(T.init(p, p, 2u, nullptr, true), tooFew);
     EXPECT_MATH_ERROR(T.init(p, p, -5, two, true), tooFew);
@@ -282,14 +269,19 @@ TEST(MatrixTHEstimation, MisuseLeavesTheTransform)
     EXPECT_MATH_ERROR(T.init(p, 4, values, 4), "Bad index value");
     EXPECT_MATH_ERROR(T.init(p, 4u, values, -1), "Bad index value");
     a[3] = Vector(4);
-    EXPECT_MATH_ERROR(T.init(q, p, 4, nullptr, true), "Bad vector dimensions");
-    EXPECT_MATH_ERROR(T.init(p, 4, values, 0), "Bad vector dimensions");
+    EXPECT_MATH_ERROR(T.init(q, p, 4, nullptr, true), badSize);
+    EXPECT_MATH_ERROR(T.init(p, 4, values, 0), badSize);
     EXPECT_EQ(values, Vector::of({7}));
     a[3] = Vector::of({1, 2, nan});
-    EXPECT_MATH_ERROR(T.init(p, q, 4, nullptr, true), "Eigen Values/Vectors computation failed");
-    EXPECT_MATH_ERROR(T.init(p, 4, values, 0), "Eigen Values/Vectors computation failed");
+    EXPECT_MATH_ERROR(T.init(p, q, 4, nullptr, true), eigenFailed);
+    EXPECT_MATH_ERROR(T.init(p, 4, values, 0), eigenFailed);
     EXPECT_EQ(values, Vector(3)) << "zeros of the failed decomposition";
     EXPECT_TRUE(isNear(T, sample, 0));
+
+    T.initMatrix(Matrix(2, 2));
+    EXPECT_MATH_ERROR(T.getVectorPos(), "Invalid index value");
+    EXPECT_MATH_ERROR(T.invert(), "Invalid index value");
+    EXPECT_MATH_ERROR(T.init(Vector(3), Vector(3), Vector(3)), "Invalid index value");
 }
 
 }  // namespace
