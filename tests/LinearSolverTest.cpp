@@ -18,13 +18,14 @@ namespace {
 
 constexpr double epsilon = std::numeric_limits<double>::epsilon();
 
-// Short systems are decomposed as they are, tall ones after a reduction; both kinds and the border.
+// Short systems are decomposed as they are, tall ones after a reduction, block by block; both kinds
+// and the border.
 struct Shape {
     int rows;
     int cols;
 };
 constexpr Shape shapes[] = {{3, 0},  {1, 1},  {4, 4},   {5, 4},  {63, 2},
-                            {64, 2}, {65, 2}, {500, 1}, {200, 6}};
+                            {64, 2}, {65, 2}, {500, 1}, {200, 6}, {2500, 3}};
 
 // Regressions of the Statistical Reference Datasets, National Institute of Standards and Technology,
 // https://www.itl.nist.gov/div898/strd; digits that all parameters agree to, whichever BLAS works.

@@ -3,6 +3,7 @@
 #include "math/MathError.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <limits>
 
@@ -185,6 +186,7 @@ bool Estimator::estimInliers(std::vector<bool> const& isOutlier)
 void Estimator::collectInliers(std::vector<bool> const& isOutlier,
                                std::vector<Vector>& inliers) const
 {
+    assert(isOutlier.size() == _dataColl->size());
     inliers.clear();
     inliers.reserve(
         static_cast<std::size_t>(std::count(isOutlier.begin(), isOutlier.end(), false)));

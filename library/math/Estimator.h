@@ -105,7 +105,7 @@ protected:
     virtual bool postProcessing(std::vector<Vector> const& dataColl);
 
     /// The refit of a robust controller: `estim` of the inliers, which are the data of the stored
-    /// collection whose flag is false. A model may save the copy of them.
+    /// collection whose flag is false; there is one for each. A model may save the copy of them.
     virtual bool estimInliers(std::vector<bool> const& isOutlier);
 
     /// Begins a fit to so many data: clears the estimated state.

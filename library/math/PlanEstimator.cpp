@@ -50,7 +50,7 @@ template <class Points> Matrix systemOf(Points const& points)
 {
     constexpr std::size_t few = 32;
     if (points.size() >= few) {
-        measuremath::TriangularFactor factor(4);
+        measuremath::TriangularFactor factor(points.size(), 4);
         points.forEach([&](Coordinates<3> const& p) { factor.addRow(rowOf(p).data()); });
         return factor.get();
     }

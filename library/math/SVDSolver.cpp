@@ -30,7 +30,7 @@ System reduced(Matrix const& A, Vector const& b)
 {
     int const n = A.getCol();
     bool const hasSide = !b.empty();
-    measuremath::TriangularFactor factor(hasSide ? n + 1 : n);
+    measuremath::TriangularFactor factor(A.getNbRow(), hasSide ? n + 1 : n);
     std::vector<double> row(A.getNbCol() + 1);
     for (int i = 0; i < A.getRow(); ++i) {
         std::copy_n(A[i], n, row.begin());

@@ -9,16 +9,18 @@ namespace {
 
 // A block that stays in the first-level cache, with columns that do not compete for its lines as they
 // would at a power of 2, and so many rows that reducing R anew costs little.
-int rowsOfBlock(int nbCols)
+int rowsOfBlock(std::size_t nbRows, int nbCols)
 {
     constexpr int elements = 2000;
-    return std::max(elements / nbCols, 8 * nbCols);
+    int const rows = std::max(elements / nbCols, 8 * nbCols);
+    return nbRows < static_cast<std::size_t>(rows) ? std::max(static_cast<int>(nbRows), nbCols + 1)
+                                                   : rows;
 }
 
 }  // namespace
 
-TriangularFactor::TriangularFactor(int nbCols)
-    : _n(nbCols), _capacity(rowsOfBlock(nbCols)),
+TriangularFactor::TriangularFactor(std::size_t nbRows, int nbCols)
+    : _n(nbCols), _capacity(rowsOfBlock(nbRows, nbCols)),
       _block(static_cast<std::size_t>(_n) * static_cast<std::size_t>(_capacity)),
       _tau(static_cast<std::size_t>(_n))
 {

@@ -2,6 +2,7 @@
 
 #include "math/Matrix.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace measuremath {
@@ -15,7 +16,8 @@ namespace measuremath {
 /// with the length of the residual below.
 class TriangularFactor {
 public:
-    explicit TriangularFactor(int nbCols);
+    /// @param nbRows  how many will come, which saves memory where they are few.
+    TriangularFactor(std::size_t nbRows, int nbCols);
 
     void addRow(double const* row)
     {
