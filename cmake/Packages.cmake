@@ -2,7 +2,8 @@
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME measuremath)
-set(CPACK_PACKAGE_CONTACT "MeasureMath maintainers <maintainers@measuremath.example>")
+# Debian wants an address here; this host is reserved for documentation and takes no mail.
+set(CPACK_PACKAGE_CONTACT "MeasureMath developers <measuremath@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package's description begins with its own
 set(CPACK_SET_DESTDIR ON)  # the pkg-config file and gdb's path hold the final prefix
 set(CPACK_STRIP_FILES ON)

@@ -64,7 +64,8 @@ int main()
         for (std::size_t i = 0; i < tracks.size(); ++i) {
             Detection const* own = nullptr;
             for (std::size_t j = 0; j < detections.size(); ++j)
-                if (grid.getCell(i, j).starred && tracks[i].cost(detections[j].at) < gate) own = &detections[j];
+                if (grid.getCell(i, j).starred && tracks[i].cost(detections[j].at) < gate)
+                    own = &detections[j];
             if (own != nullptr) ++(own->target == static_cast<int>(i) ? right : wrong);
             tracks[i].advance(own);
         }

@@ -31,7 +31,8 @@ void write(std::string const& file, std::string const& text)
 void print(Panel const& panel)
 {
     std::cout << panel.title << '\n';
-    for (auto const& [name, value] : panel.figures) std::cout << "  " << name << ": " << value << '\n';
+    for (auto const& [name, value] : panel.figures)
+        std::cout << "  " << name << ": " << value << '\n';
 }
 
 void run(Options const& options)
@@ -49,7 +50,8 @@ void run(Options const& options)
                                        polyhedronPanel(options.data + "/bookcase_scan.csv")};
     for (Panel const& panel : panels) {
         print(panel);
-        if (!options.pictures.empty()) write(options.pictures + "/" + panel.id + ".svg", panel.picture);
+        if (!options.pictures.empty())
+            write(options.pictures + "/" + panel.id + ".svg", panel.picture);
     }
     write(options.page, page(panels));
 }
@@ -59,11 +61,14 @@ void run(Options const& options)
 int main(int argc, char** argv)
 {
     Options options;
-    CLI::App app("Measures real data and shows the results, with the code that made them, on one page.\n"
-                 "Given points of your own (x, y, z in metres, one a line), it fits their dominant plane.");
-    app.set_version_flag("--version", "measuremath-demo " + std::string(measuremath::versionString()));
+    CLI::App app(
+        "Measures real data and shows the results, with the code that made them, on one page.\n"
+        "Given points of your own (x, y, z in metres, one a line), it fits their dominant plane.");
+    app.set_version_flag("--version",
+                         "measuremath-demo " + std::string(measuremath::versionString()));
     app.add_option("points", options.points, "CSV file of points");
-    app.add_option("picture", options.picture, "SVG file of the plane to write")->capture_default_str();
+    app.add_option("picture", options.picture, "SVG file of the plane to write")
+        ->capture_default_str();
     app.add_option("--page", options.page, "HTML file to write")->capture_default_str();
     app.add_option("--pictures", options.pictures, "directory for each picture of the page as SVG");
     app.add_option("--data", options.data, "directory of the measured data")->capture_default_str();

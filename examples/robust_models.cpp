@@ -18,46 +18,47 @@ namespace {
 constexpr double pi = 3.141592653589793;
 Vector const centre = Vector::of({5, 7, 9});
 
-// A point of each surface, with noise of 0.01. The radius to find is 3.
-double noisyRadius() { return 3.0 + vaGauss(0.01); }
+// A point of each surface, with noise of 0.01 on the radius to find, 3.
 Vector onCircle()
 {
-    double const t = vaUnif(pi);
-    return noisyRadius() * Vector::of({std::cos(t), std::sin(t)});
+    double const t = vaUnif(pi), r = 3.0 + vaGauss(0.01);
+    return Vector::of({r * std::cos(t), r * std::sin(t)});
+}
+Vector onEllipse()
+{
+    Vector const p = onCircle();
+    return Vector::of({0.8 * p[0] - 0.36 * p[1], 0.6 * p[0] + 0.48 * p[1]});
 }
 Vector onSphere()
 {
-    double const z = vaUnif(1.0);
-    Vector const p = std::sqrt(1.0 - z * z) / 3.0 * onCircle();
-    return noisyRadius() * Vector::of({p[0], p[1], z});
+    Vector const p = onCircle();
+    double const z = vaUnif(1.0), rho = std::sqrt(1.0 - z * z);
+    return Vector::of({rho * p[0], rho * p[1], z * p.length()});
 }
 Vector onCylinder()
 {
     Vector const p = onCircle();
     return Vector::of({vaUnif(4.0), std::abs(p[0]), p[1]});
 }
-Vector onEllipse()
-{
-    double const t = vaUnif(pi), u = noisyRadius() * std::cos(t), v = 0.6 * noisyRadius() * std::sin(t);
-    return Vector::of({0.8 * u - 0.6 * v, 0.6 * u + 0.8 * v});
-}
 
-double majorAxis(Vector const& conic)
+// The last parameter of the round models, the semi-major axis of the conic.
+double radius(Vector const& params)
 {
+    if (params.size() != 5) return params[params.getSize() - 1];
     Vector axes;
-    ellipticQuadToCartParams(conic, axes);
+    ellipticQuadToCartParams(params, axes);
     return axes[3];
 }
-double lastOf(Vector const& params) { return params[params.getSize() - 1]; }
 
 // Two of five points lie anywhere in a box. Within four standard deviations counts as found.
 template <class Model>
-bool isFound(Vector (*point)(), double box, double (*radius)(Vector const&), double threshold)
+bool isFound(Vector (*point)(), double box, double threshold)
 {
     std::vector<Vector> points;
     for (int i = 0; i < 200; ++i) {
         Vector p = point();
-        if (i % 5 >= 3) for (double& x : p) x = vaUnif(box);
+        if (i % 5 >= 3)
+            for (double& x : p) x = vaUnif(box);
         points.push_back(p + centre(0, p.getSize()));
     }
     Model model;
@@ -81,10 +82,10 @@ int main(int argc, char** argv)
     int found[4] = {};
     for (int run = 0; run < runs; ++run) {
         initRandGene(static_cast<unsigned int>(2 + run));
-        found[0] += isFound<EllipseEstimator>(onEllipse, 5.0, majorAxis, 0.25) ? 1 : 0;
-        found[1] += isFound<CircleEstimator>(onCircle, 20.0, lastOf, 0.04) ? 1 : 0;
-        found[2] += isFound<SphereEstimator>(onSphere, 10.0, lastOf, 0.04) ? 1 : 0;
-        found[3] += isFound<CylinderEstimator>(onCylinder, 10.0, lastOf, 0.04) ? 1 : 0;
+        found[0] += isFound<EllipseEstimator>(onEllipse, 5.0, 0.25) ? 1 : 0;
+        found[1] += isFound<CircleEstimator>(onCircle, 20.0, 0.04) ? 1 : 0;
+        found[2] += isFound<SphereEstimator>(onSphere, 10.0, 0.04) ? 1 : 0;
+        found[3] += isFound<CylinderEstimator>(onCylinder, 10.0, 0.04) ? 1 : 0;
     }
     std::cout << "of " << runs << " runs, found: ellipse " << found[0] << ", circle " << found[1]
               << ", sphere " << found[2] << ", cylinder " << found[3] << '\n';

@@ -11,9 +11,9 @@ struct Figure {
 
 /// One section of the demonstration: a measurement, its figures and its picture.
 struct Panel {
-    std::string id;     ///< Also the name of its source, panels/<id>.cpp.
+    std::string id;  ///< Also the name of its source, panels/<id>.cpp.
     std::string title;
-    std::string text;   ///< What was measured, and what the figures rest on.
+    std::string text;  ///< What was measured, and what the figures rest on.
     std::vector<Figure> figures;
     std::string picture;  ///< An svg element.
 };

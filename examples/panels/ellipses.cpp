@@ -1,6 +1,5 @@
 // Ellipses found one after another in the edge points of a photograph of coins.
 
-#include "math/Conic.h"
 #include "math/EllipseEstimator.h"
 #include "math/MathError.h"
 #include "math/Random.h"
@@ -8,6 +7,7 @@
 
 #include "panels/Panel.h"
 #include "support/Chart.h"
+#include "support/Ellipse.h"
 #include "support/Measured.h"
 #include "support/PointFile.h"
 
@@ -26,14 +26,6 @@ struct Coin {
     Points edge;
 };
 
-// Centre, angle and semi-axes. Throws for a conic that is no ellipse.
-Vector axesOf(Vector const& conic)
-{
-    Vector axes;
-    ellipticQuadToCartParams(conic, axes);
-    return axes;
-}
-
 //! [code]
 // Centre, angle and semi-axes of the ellipse that most of the points lie on.
 Vector fitEllipse(Points const& points)
@@ -49,39 +41,35 @@ Vector fitEllipse(Points const& points)
 }
 //! [code]
 
-template <class Test> Points selected(Points const& points, Test test)
+template <class Test>
+Points selected(Points const& points, Test test)
 {
     Points result;
     std::copy_if(points.begin(), points.end(), std::back_inserter(result), test);
     return result;
 }
 
-// To first order.
-double distance(Vector const& axes, Vector const& p)
-{
-    double const c = std::cos(axes[2]), s = std::sin(axes[2]);
-    double const u = c * (p[0] - axes[0]) + s * (p[1] - axes[1]);
-    double const v = c * (p[1] - axes[1]) - s * (p[0] - axes[0]);
-    return std::abs(std::hypot(u / axes[3], v / axes[4]) - 1.0) * std::sqrt(axes[3] * axes[4]);
-}
-
 // A coin has edge points almost all around, and is seen nearly from above.
 bool isCoin(Coin const& coin)
 {
     double const a = coin.axes[3], b = coin.axes[4];
-    return a < 45.0 && b > 12.0 && a < 1.4 * b && static_cast<double>(coin.edge.size()) > 1.5 * pi * b;
+    auto const nbEdge = static_cast<double>(coin.edge.size());
+    return a < 45.0 && b > 12.0 && a / b < 1.4 && nbEdge > 1.5 * pi * b;
 }
 
 std::vector<Coin> findCoins(Points points)
 {
     std::vector<Coin> coins;
     for (int attempt = 0; attempt < 300 && !points.empty(); ++attempt) {
-        Vector const seed = points[static_cast<std::size_t>(rand(0, static_cast<int>(points.size())))];
-        Points const near = selected(points, [&](Vector const& p) { return (p - seed).length() < 75.0; });
+        Vector const seed =
+            points[static_cast<std::size_t>(rand(0, static_cast<int>(points.size())))];
+        Points const near =
+            selected(points, [&](Vector const& p) { return (p - seed).length() < 75.0; });
         if (near.size() < 60) continue;
         try {
             Coin coin = {fitEllipse(near), {}};
-            coin.edge = selected(points, [&](Vector const& p) { return distance(coin.axes, p) < 1.5; });
+            coin.edge =
+                selected(points, [&](Vector const& p) { return distance(coin.axes, p) < 1.5; });
             if (!isCoin(coin)) continue;
             Vector const centre = coin.axes(0, 2);
             double const reach = coin.axes[3] + 2.0;
@@ -94,27 +82,17 @@ std::vector<Coin> findCoins(Points points)
     return coins;
 }
 
-Points outline(Vector const& e)
-{
-    Points points;
-    for (int i = 0; i <= 72; ++i) {
-        double const t = i * pi / 36.0, u = e[3] * std::cos(t), v = e[4] * std::sin(t);
-        points.push_back(Vector::of({e[0] + u * std::cos(e[2]) - v * std::sin(e[2]),
-                                     e[1] + u * std::sin(e[2]) + v * std::cos(e[2])}));
-    }
-    return points;
-}
-
 std::string picture(Points const& points, std::vector<Coin> const& coins)
 {
-    Chart chart("Edge points of a photograph of coins, with the ellipses found among them.", "x [px]",
-                "y [px]", true);
+    Chart chart("Edge points of a photograph of coins, with the ellipses found among them.",
+                "x [px]", "y [px]", true);
     Points onEllipses;
     for (Coin const& coin : coins)
         onEllipses.insert(onEllipses.end(), coin.edge.begin(), coin.edge.end());
     chart.dots("edge points", Chart::grey, 1.2, points);
     for (Coin const& coin : coins)
-        chart.line(&coin == &coins.front() ? "ellipses" : "", Chart::orange, 2.2, outline(coin.axes));
+        chart.line(&coin == &coins.front() ? "ellipses" : "", Chart::orange, 2.2,
+                   outline(coin.axes));
     chart.dots("on an ellipse", Chart::blue, 1.1, onEllipses);
     return chart.svg();
 }
@@ -145,12 +123,14 @@ Panel ellipsesPanel(std::string const& pointFile)
     };
     return {"ellipses",
             "Ellipses one after another",
-            "Edge points of a photograph of 24 coins, some with relief inside. Around a random point the "
+            "Edge points of a photograph of 24 coins, some with relief inside. Around a random "
+            "point the "
             "ellipse with the most support is found and taken away, and so on. The ± of the first "
             "coin comes from the scatter of its own edge points: the coin is not quite an ellipse.",
             {{"Coins found", count(coins.size()) + " of 24"},
              {"Edge points on them", count(nbEdge) + " of " + count(points.size())},
-             {"RMS distance of these", quantity(std::sqrt(squares / static_cast<double>(nbEdge)), 2, "px")},
+             {"RMS distance of these",
+              quantity(std::sqrt(squares / static_cast<double>(nbEdge)), 2, "px")},
              {"First coin, semi-major axis", axis(3)},
              {"First coin, semi-minor axis", axis(4)}},
             picture(points, coins)};

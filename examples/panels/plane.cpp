@@ -76,18 +76,20 @@ Panel planePanel(std::string const& pointFile)
     });
     auto const& [mean, deviation] = runs;
     double const share = 100.0 * mean[4] / static_cast<double>(points.size());
-    return {"plane",
-            "A plane among outliers",
-            "A rotating laser scanner saw a street. The road is the plane that most of the points lie "
-            "on: found by random samples, then fitted to its own points alone. The scatter of the "
-            "points explains only a part of the spread over twenty runs with different samples: the "
-            "road is not quite flat, and which of its points count differs.",
-            {{"Points", count(points.size())},
-             {"Within 5 cm of the plane", measured(mean[4], deviation[4], "") + "(" + quantity(share, 1, "%") + ")"},
-             {"RMS distance of these", measured(mean[3], deviation[3], "mm")},
-             {"Height of the sensor", measured(mean[0], deviation[0], "m")},
-             {"Of this, by the scatter", "±\u00a0" + quantity(mean[2], 4, "m")},
-             {"Tilt against the sensor", measured(mean[1], deviation[1], "°")},
-             {"Samples in a run", count(road.nbSamples / 20)}},
-            picture(points, ransac)};
+    return {
+        "plane",
+        "A plane among outliers",
+        "A rotating laser scanner saw a street. The road is the plane that most of the points lie "
+        "on: found by random samples, then fitted to its own points alone. The scatter of the "
+        "points explains only a part of the spread over twenty runs with different samples: the "
+        "road is not quite flat, and which of its points count differs.",
+        {{"Points", count(points.size())},
+         {"Within 5 cm of the plane",
+          measured(mean[4], deviation[4], "") + "(" + quantity(share, 1, "%") + ")"},
+         {"RMS distance of these", measured(mean[3], deviation[3], "mm")},
+         {"Height of the sensor", measured(mean[0], deviation[0], "m")},
+         {"Of this, by the scatter", "±\u00a0" + quantity(mean[2], 4, "m")},
+         {"Tilt against the sensor", measured(mean[1], deviation[1], "°")},
+         {"Samples in a run", count(road.nbSamples / 20)}},
+        picture(points, ransac)};
 }

@@ -6,68 +6,16 @@
 #include "math/Ransac.h"
 
 #include "panels/Panel.h"
+#include "support/Bookcase.h"
 #include "support/Chart.h"
 #include "support/Measured.h"
 #include "support/PointFile.h"
 
-#include <array>
-#include <cmath>
 #include <stdexcept>
 
 namespace {
 
-using Points = std::vector<Vector>;
-
-// Rough directions of the bookcase in the camera's frame: out of the wall, to the left, up.
-Vector const directions[] = {Vector::of({-0.982, 0.080, 0.169}), Vector::of({0.087, 0.996, 0.033}),
-                             Vector::of({0.166, -0.047, 0.985})};
-constexpr double wall = 2.172;  // the camera's distance to it
-
-// A face: its outward direction, and where to look for its points along each direction, in metres.
-struct Face {
-    std::size_t axis;
-    double sign;
-    std::array<double, 2> depth, width, height;
-};
-constexpr std::array<double, 2> deep = {0.06, 0.365}, wide = {-0.59, 0.79}, high = {-0.26, 0.35};
-constexpr std::array<double, 2> around(double x)
-{
-    return {x - 0.035, x + 0.035};
-}
-
-constexpr Face faces[] = {
-    {0, -1, around(0.035), wide, high},            // back
-    {0, 1, around(0.395), wide, high},             // front
-    {1, -1, deep, around(-0.62), high},            // right panel
-    {1, 1, deep, around(0.82), high},              // left panel
-    {2, -1, deep, {-0.59, 0.05}, around(-0.285)},  // shelf
-    {2, 1, deep, wide, around(0.38)},              // top
-};
-
-bool isWithin(std::array<double, 2> const& range, double x)
-{
-    return range[0] < x && x < range[1];
-}
-
-Points pointsNear(Face const& face, Points const& points)
-{
-    Points near;
-    for (Vector const& p : points)
-        if (isWithin(face.depth, directions[0].dot(p) + wall) &&
-            isWithin(face.width, directions[1].dot(p)) && isWithin(face.height, directions[2].dot(p)))
-            near.push_back(p);
-    return near;
-}
-
-// The plane a·x + b·y + c·z = d as (a, b, c, -d) of unit normal, turned outward.
-Vector outward(Vector const& params, Face const& face)
-{
-    Vector const normal = params(0, 3);
-    double const side = face.sign * normal.dot(directions[face.axis]);
-    Vector plane = params / std::copysign(normal.length(), side);
-    plane[3] = -plane[3];
-    return plane;
-}
+using namespace bookcase;
 
 //! [code]
 // Bounds a body by the plane that most of the points near each face lie on.
@@ -98,18 +46,12 @@ double extent(ConvexPolyedron const& body, std::size_t axis)
     return distance;
 }
 
-// From the front, a little from the left and above, without perspective.
-Points seen(Points points)
-{
-    Vector const right = Vector::of({0.454, -0.891, 0.0}), up = Vector::of({0.356, 0.181, 0.917});
-    for (Vector& p : points) p = Vector::of({right.dot(p), up.dot(p)});
-    return points;
-}
-
 std::string picture(ConvexPolyedron const& body, std::vector<Points> const& nearFaces)
 {
-    Chart chart("The points near six faces of a bookcase, and the edges of the polyhedron that their "
-                "planes bound.", "across the view [m]", "up the view [m]");
+    Chart chart(
+        "The points near six faces of a bookcase, and the edges of the polyhedron that their "
+        "planes bound.",
+        "across the view [m]", "up the view [m]");
     for (std::size_t i = 0; i < nearFaces.size(); ++i)
         chart.dots(i == 0 ? "points near the faces" : "", Chart::blue, 1.4, seen(nearFaces[i]));
     for (std::size_t i = 0; i < nearFaces.size(); ++i) {
@@ -134,18 +76,20 @@ Panel polyhedronPanel(std::string const& pointFile)
         double const volume = body.computeVolumeAndMaxErr(gridError, 0.0031);
         return Vector::of({extent(body, 0), extent(body, 1), extent(body, 2), volume, gridError});
     });
-    return {"polyhedron",
-            "A body measured by its faces",
-            "One shot of a depth camera into a bookcase. Each face is the plane that most of the "
-            "points near it lie on; six of them bound the space inside, and a grid of points gives its "
-            "volume. A ± is the spread over twenty runs with different random samples. The camera tells "
-            "depths in steps of 8 mm to 18 mm: how a face lies between two steps is what the runs "
-            "differ in.",
-            {{"Corners", count(body.getNbTops())},
-             {"Depth", measured(mean[0], deviation[0], "m")},
-             {"Width", measured(mean[1], deviation[1], "m")},
-             {"Height", measured(mean[2], deviation[2], "m")},
-             {"Volume", measured(mean[3], deviation[3], "m³")},
-             {"Error of the grid, at most", quantity(mean[4], 2, "%")}},
-            picture(body, nearFaces)};
+    return {
+        "polyhedron",
+        "A body measured by its faces",
+        "One shot of a depth camera into a bookcase. Each face is the plane that most of the "
+        "points near it lie on; six of them bound the space inside, and a grid of points gives its "
+        "volume. A ± is the spread over twenty runs with different random samples. The camera "
+        "tells "
+        "depths in steps of 8 mm to 18 mm: how a face lies between two steps is what the runs "
+        "differ in.",
+        {{"Corners", count(body.getNbTops())},
+         {"Depth", measured(mean[0], deviation[0], "m")},
+         {"Width", measured(mean[1], deviation[1], "m")},
+         {"Height", measured(mean[2], deviation[2], "m")},
+         {"Volume", measured(mean[3], deviation[3], "m³")},
+         {"Error of the grid, at most", quantity(mean[4], 2, "%")}},
+        picture(body, nearFaces)};
 }

@@ -75,21 +75,24 @@ Panel registrationPanel(std::string const& pointFile)
     double const angleError = angleUncertainty(first, found.getVectorR() / angle);
     double const miss = (found.getVectorPos() - motion.getVectorPos()).length();
 
-    Chart chart("Two stations of a street scan from above, and what separates their points when the "
-                "second is brought back to the first.", "x [m]", "y [m]");
+    Chart chart(
+        "Two stations of a street scan from above, and what separates their points when the "
+        "second is brought back to the first.",
+        "x [m]", "y [m]");
     chart.dots("second station, as it was", Chart::grey, 1.2, second);
     chart.dots("first station", Chart::blue, 1.4, first);
     chart.strokes("residuals × 100 (every 20th)", Chart::orange, 0.9, residuals(first, back));
-    return {"registration",
-            "Two stations registered",
-            "The same scan as a second station would have it: moved by a known transform, with noise "
-            "of 10 mm in every coordinate. Unit quaternions find the transform again in closed form, "
-            "and it can be compared with the one applied.",
-            {{"Matched points", count(first.size())},
-             {"Angle applied", quantity(degrees * motion.getVectorR().getModule(), 5, "°")},
-             {"Angle found", measured(degrees * angle, degrees * angleError, "°")},
-             {"Position found, off by", quantity(1e3 * miss, 2, "mm")},
-             {"RMS residual", quantity(1e3 * rms, 2, "mm")},
-             {"Expected from the noise", quantity(1e3 * noise * std::sqrt(3.0), 2, "mm")}},
-            chart.svg()};
+    return {
+        "registration",
+        "Two stations registered",
+        "The same scan as a second station would have it: moved by a known transform, with noise "
+        "of 10 mm in every coordinate. Unit quaternions find the transform again in closed form, "
+        "and it can be compared with the one applied.",
+        {{"Matched points", count(first.size())},
+         {"Angle applied", quantity(degrees * motion.getVectorR().getModule(), 5, "°")},
+         {"Angle found", measured(degrees * angle, degrees * angleError, "°")},
+         {"Position found, off by", quantity(1e3 * miss, 2, "mm")},
+         {"RMS residual", quantity(1e3 * rms, 2, "mm")},
+         {"Expected from the noise", quantity(1e3 * noise * std::sqrt(3.0), 2, "mm")}},
+        chart.svg()};
 }

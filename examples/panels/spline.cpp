@@ -63,14 +63,16 @@ Panel splinePanel(std::string const& pointFile)
     double const sigma = rms * std::sqrt(nbPoints / (nbPoints - free));
     double const areaError = sigma * length(corners) / std::sqrt(nbPoints);
 
-    Chart chart("The measured outline of a coin, the closed spline through it, and its outward normals.",
-                "x [px]", "y [px]", true);
+    Chart chart(
+        "The measured outline of a coin, the closed spline through it, and its outward normals.",
+        "x [px]", "y [px]", true);
     chart.strokes("normals", Chart::grey, 1.2, normals);
     chart.line("closed spline", Chart::orange, 2.0, corners);
     chart.dots("measured", Chart::blue, 3.5, outline);
     return {"spline",
             "An outline as a spline",
-            "The edge of one worn coin, a closed curve of points in order. The control points are fitted to "
+            "The edge of one worn coin, a closed curve of points in order. The control points are "
+            "fitted to "
             "orthogonal distances, and the points matched anew until nothing moves.",
             {{"Measured points", count(outline.size())},
              {"Control points", std::to_string(curve.getNbBSplines())},

@@ -46,7 +46,8 @@ Points ellipse(Vector const& centre, Matrix const& cov)
     posDefDecomp(cov, U);
     Points points;
     for (int i = 0; i <= 48; ++i)
-        points.push_back(centre + U.transpose() * fromPolar(std::sqrt(within95), i * 3.141592653589793 / 24.0));
+        points.push_back(centre + U.transpose() *
+                                      fromPolar(std::sqrt(within95), i * 3.141592653589793 / 24.0));
     return points;
 }
 
@@ -63,13 +64,16 @@ Panel trackPanel()
 {
     std::mt19937 generator(4);
     std::normal_distribution<double> normal;
-    Matrix const R = Matrix::of({{rangeSigma * rangeSigma, 0.0}, {0.0, bearingSigma * bearingSigma}});
+    Matrix const R =
+        Matrix::of({{rangeSigma * rangeSigma, 0.0}, {0.0, bearingSigma * bearingSigma}});
     RadarTrack track;
     track.setParams(Vector::of({-60.0, 40.0, 0.0, 0.0}));
     track.setParamsCov(25.0 * Matrix(4, 4, Matrix::IDENTITY));
 
-    Chart chart("The true way of a target, its observed positions scattered about it, and the tracked "
-                "positions close to it with ellipses of 95 % confidence.", "x [m]", "y [m]");
+    Chart chart(
+        "The true way of a target, its observed positions scattered about it, and the tracked "
+        "positions close to it with ellipses of 95 % confidence.",
+        "x [m]", "y [m]");
     Points truth, seen, tracked;
     std::size_t nbInside = 0;
     for (int k = 1; k <= nbSteps; ++k) {
@@ -99,8 +103,10 @@ Panel trackPanel()
     Matrix const P = track.getParamsCov();
     return {"track",
             "A target tracked",
-            "Made data: a target on a curved way, seen every second from the origin by range (±\u00a00.5\u00a0m) "
-            "and bearing (±\u00a00.05\u00a0rad). An iterated extended Kalman filter follows it, and its "
+            "Made data: a target on a curved way, seen every second from the origin by range "
+            "(±\u00a00.5\u00a0m) "
+            "and bearing (±\u00a00.05\u00a0rad). An iterated extended Kalman filter follows it, "
+            "and its "
             "covariance tells how far to trust each position.",
             {{"RMS error of the observations", quantity(rmsDistance(seen, truth), 2, "m")},
              {"RMS error of the track", quantity(rmsDistance(tracked, truth), 2, "m")},

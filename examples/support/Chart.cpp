@@ -59,7 +59,8 @@ void Chart::dots(std::string legend, char const* colour, double size, std::vecto
     _series.push_back({std::move(legend), colour, size, std::move(points), 1});
 }
 
-void Chart::strokes(std::string legend, char const* colour, double width, std::vector<Vector> points)
+void Chart::strokes(std::string legend, char const* colour, double width,
+                    std::vector<Vector> points)
 {
     _series.push_back({std::move(legend), colour, width, std::move(points), 2});
 }
@@ -87,7 +88,8 @@ Chart::Frame Chart::frame() const
     }
     double const dx = 1.06 * (high[0] - low[0]), dy = 1.06 * (high[1] - low[1]);
     double const scale = std::min((right - left) / dx, maxHeight / dy);
-    return {0.5 * (low[0] + high[0] - (right - left) / scale), 0.5 * (low[1] + high[1] + dy), scale, dy * scale};
+    return {0.5 * (low[0] + high[0] - (right - left) / scale), 0.5 * (low[1] + high[1] + dy), scale,
+            dy * scale};
 }
 
 std::string Chart::axes(Frame const& f) const
@@ -123,7 +125,8 @@ std::string Chart::path(Series const& series, Frame const& f) const
         places.assign(distinct.begin(), distinct.end());
     }
     std::ostringstream out;
-    out << "<path stroke=\"" << series.colour << "\" stroke-width=\"" << 10.0 * series.width << "\" d=\"";
+    out << "<path stroke=\"" << series.colour << "\" stroke-width=\"" << 10.0 * series.width
+        << "\" d=\"";
     Place last(0, 0);
     for (std::size_t i = 0; i < places.size(); ++i) {
         auto const [x, y] = places[i];
@@ -149,9 +152,8 @@ std::string Chart::legend(double& y) const
             y += 20.0;
         }
         out << "<path stroke=\"" << series.colour << "\" stroke-linecap=\"round\" stroke-width=\""
-            << (areDots ? 7.0 : 3.0) << "\" d=\"M" << x + (areDots ? 8.0 : 0.0) << ' '
-            << y - 4.0 << (areDots ? "h0" : "h16") << "\"/>"
-            << text("start", x + 22.0, y, series.legend);
+            << (areDots ? 7.0 : 3.0) << "\" d=\"M" << x + (areDots ? 8.0 : 0.0) << ' ' << y - 4.0
+            << (areDots ? "h0" : "h16") << "\"/>" << text("start", x + 22.0, y, series.legend);
         x += length;
     }
     y += 8.0;
@@ -168,7 +170,8 @@ std::string Chart::svg() const
         << "\" viewBox=\"0 0 " << sheetWidth << ' ' << std::ceil(bottom)
         << "\" font-family=\"system-ui, sans-serif\" font-size=\"14\" fill=\"#33414d\">\n"
         << axes(f)
-        << "<g transform=\"scale(.1)\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n";
+        << "<g transform=\"scale(.1)\" fill=\"none\" stroke-linecap=\"round\" "
+           "stroke-linejoin=\"round\">\n";
     for (Series const& series : _series) out << path(series, f);
     out << "</g>\n" << entries << "</svg>\n";
     return out.str();

@@ -36,7 +36,8 @@ inline std::vector<Detection> detect(int frame, std::mt19937& generator)
     std::vector<Detection> detections;
     for (int target = 0; target < nbTargets; ++target) {
         Vector const error = Vector::of({normal(generator), normal(generator)});
-        if (generator() % 20 != 0) detections.push_back({truth(target, frame)(0, 2) + error, target});
+        if (generator() % 20 != 0)
+            detections.push_back({truth(target, frame)(0, 2) + error, target});
     }
     for (unsigned int n = generator() % 4; n > 0; --n)
         detections.push_back({Vector::of({uniform(generator), uniform(generator)}), -1});

@@ -54,13 +54,15 @@ std::string section(Panel const& panel)
 {
     std::string figures;
     for (auto const& [name, value] : panel.figures)
-        figures += "<tr><th scope=\"row\">" + escaped(name) + "</th><td>" + escaped(value) + "</td></tr>\n";
-    return filled(embedded("page/section.html"), {{"id", panel.id},
-                                      {"title", escaped(panel.title)},
-                                      {"text", escaped(panel.text)},
-                                      {"figures", figures},
-                                      {"code", escaped(code(embedded("panels/" + panel.id + ".cpp")))},
-                                      {"picture", panel.picture}});
+        figures += "<tr><th scope=\"row\">" + escaped(name) + "</th><td>" + escaped(value) +
+                   "</td></tr>\n";
+    return filled(embedded("page/section.html"),
+                  {{"id", panel.id},
+                   {"title", escaped(panel.title)},
+                   {"text", escaped(panel.text)},
+                   {"figures", figures},
+                   {"code", escaped(code(embedded("panels/" + panel.id + ".cpp")))},
+                   {"picture", panel.picture}});
 }
 
 }  // namespace
@@ -72,5 +74,7 @@ std::string page(std::vector<Panel> const& panels)
         contents += "<li><a href=\"#" + panel.id + "\">" + escaped(panel.title) + "</a></li>\n";
         sections += section(panel);
     }
-    return filled(embedded("page/page.html"), {{"contents", contents}, {"sections", sections}, {"version", measuremath::versionString()}});
+    return filled(embedded("page/page.html"), {{"contents", contents},
+                                               {"sections", sections},
+                                               {"version", measuremath::versionString()}});
 }

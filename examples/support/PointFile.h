@@ -22,7 +22,8 @@ inline std::vector<double> parseCoordinates(std::string_view line)
         if (line.empty()) return coordinates;
         double value = 0.0;
         auto const [end, error] = std::from_chars(line.data(), line.data() + line.size(), value);
-        bool const isWord = end == line.data() + line.size() || separators.find(*end) != separators.npos;
+        bool const isWord =
+            end == line.data() + line.size() || separators.find(*end) != separators.npos;
         if (error != std::errc() || !isWord) return {};
         coordinates.push_back(value);
         line.remove_prefix(static_cast<std::size_t>(end - line.data()));
