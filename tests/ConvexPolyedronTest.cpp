@@ -208,6 +208,7 @@ TEST(ConvexPolyedron, TopOfFourPlanesIsListedForEachTripleButOnceOnAFace)
     ConvexPolyedron body;  // an octahedron
     for (Vector const& n : cubeCorners()) body.addPlane(Vector::of({n[0], n[1], n[2], -1}));
     EXPECT_EQ(body.getNbTops(), 6u * 4u);
+    EXPECT_EQ(body.getTopsOnPlane(0).size(), 3u);
     body.addPlane(Vector::of({1, 0, 0, -1}));  // touches a vertex
     body.addPlane(Vector::of({1, 0, 0, -2}));  // touches nothing
     EXPECT_EQ(body.getTopsOnPlane(0).size(), 3u);
@@ -246,6 +247,7 @@ TEST(ConvexPolyedron, NewPlaneRenewsTheTopsAndANewToleranceDoesNot)
     EXPECT_EQ(body.getTopsOnPlane(0).size(), 4u);
     body.addPlane(Vector::of({1, 0, 0, -0.5}));
     EXPECT_EQ(body.getNbTops(), 0u);
+    EXPECT_EQ(body.getTopsOnPlane(0).size(), 0u);
     EXPECT_EQ(copy.getNbTops(), 8u);
 }
 

@@ -403,7 +403,6 @@ struct Copying : Model {
     Points fitted;
 };
 
-// The model's parameters after a search that finds the same inliers for every model of a kind.
 Points inliersOf(Estimator& model, Points const& data)
 {
     model.setDataColl(data);
@@ -417,17 +416,30 @@ Points inliersOf(Estimator& model, Points const& data)
     return inliers;
 }
 
+// The inliers for both, which find the same ones.
+template <class Model>
+Points inliersOf(Model& model, Copying<Model>& copying, Points const& data)
+{
+    Points const inliers = inliersOf(copying, data);
+    EXPECT_TRUE(inliers == copying.fitted);
+    EXPECT_TRUE(inliers == inliersOf(model, data));
+    return inliers;
+}
+
 TEST(RobustRefit, IsTheFitOfTheInliers)
 {
     RandomData random(10);
     Truth const lineTruth = truths(10.0)[0], planeTruth = truths(10.0)[1];
     for (int const n : {20, 60, 700, 3000}) {  // few, one block of rows and several
+        LineEstimator line;
+        Copying<LineEstimator> copyingLine;
+        inliersOf(line, copyingLine, measured(lineTruth, random, n, 0.01, n / 4));
+        EXPECT_TRUE(line.getEstimParams() == copyingLine.getEstimParams());
+
         PlanEstimator plan;
         Copying<PlanEstimator> copyingPlan;
-        Points const data = measured(planeTruth, random, n, 0.01, n / 4);
-        Points const inliers = inliersOf(plan, data);
-        EXPECT_TRUE(inliersOf(copyingPlan, data) == copyingPlan.fitted);
-        EXPECT_TRUE(inliers == copyingPlan.fitted);
+        Points const inliers =
+            inliersOf(plan, copyingPlan, measured(planeTruth, random, n, 0.01, n / 4));
         Matrix A(inliers.size(), 4);
         for (int i = 0; i < A.getRow(); ++i) {
             A.setRowVector(i, -Vector::of({0, 0, 0, 1}));
@@ -443,11 +455,6 @@ TEST(RobustRefit, IsTheFitOfTheInliers)
             EXPECT_NEAR(fit->getRMS3D() * fit->getNormal().length(), solver.getRMS(),
                         digits * solver.getRMS());
         }
-        LineEstimator line;
-        Copying<LineEstimator> copyingLine;
-        Points const flat = measured(lineTruth, random, n, 0.01, n / 4);
-        EXPECT_TRUE(inliersOf(line, flat) == inliersOf(copyingLine, flat));
-        EXPECT_TRUE(line.getEstimParams() == copyingLine.getEstimParams());
     }
 }
 

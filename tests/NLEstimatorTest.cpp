@@ -5,6 +5,7 @@
 #include "math/CylinderEstimator.h"
 #include "math/EllipseEstimator.h"
 #include "math/LMMinPack.h"
+#include "math/LinearAlgebra.h"
 #include "math/Random.h"
 #include "math/Ransac.h"
 #include "math/SphereEstimator.h"
@@ -38,6 +39,28 @@ TEST_F(RoundModels, CircleOfThePublishedExample)
     EXPECT_NEAR(circle.getCenter()[0], 4.73978, 5e-6);
     EXPECT_NEAR(circle.getCenter()[1], 2.98353, 5e-6);
     EXPECT_NEAR(circle.getRadius(), 4.71423, 5e-6);
+}
+
+TEST_F(RoundModels, CylinderHasAUnitDirectionAndACovarianceOfRankFive)
+{
+    RandomData random(8);
+    Vector const axis = Vector::of({0.6, 0, -0.8}), u = Vector::of({0.8, 0, 0.6});
+    Points points;
+    for (int i = 0; i < 40; ++i) {
+        double const angle = random.uniform(-1.4, 1.4), r = 1.5 + random.normal(0.01);
+        points.push_back(random.uniform(-3, 3) * axis + r * std::cos(angle) * u +
+                         Vector::of({0, r * std::sin(angle), 0}));
+    }
+    CylinderEstimator cylinder;
+    cylinder.setDataColl(points);
+    ASSERT_TRUE(cylinder.estim());
+    Vector const direction = cylinder.getAxisDirection();
+    EXPECT_NEAR(direction.length(), 1.0, 1e-15);
+    EXPECT_LT((direction + axis).length(), 0.05) << "the largest component is positive";
+    Vector values(7);
+    Matrix vectors(7, 7);
+    ASSERT_TRUE(eigenValuesVectors(cylinder.getEstimCov(), values, vectors));
+    EXPECT_LT(std::abs(values[1]), 1e-8 * values[2]) << values;  // rounding against variances
 }
 
 TEST_F(RoundModels, RefuseDegenerateDataAndTakeASymmetricStart)
