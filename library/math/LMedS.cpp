@@ -1,6 +1,7 @@
 #include "math/LMedS.h"
 
 #include "math/MathError.h"
+#include "math/internal/Constants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,8 +9,6 @@
 #include <utility>
 
 namespace {
-
-constexpr double machineEpsilon = 2.220446049250313e-16;  // 2^-52
 
 // The median of squared residuals when it is below `best`, else infinity. A NaN orders last.
 class MedianBelow {
@@ -97,7 +96,7 @@ bool LMedS::filterData()
     // 1.4826 makes the median consistent with a normal sigma, 1 + 5 / (n - m) corrects for few data.
     double const sigma =
         1.4826 * (1.0 + 5.0 / (n - _estimator->getNbMinData())) * std::sqrt(leastMedian);
-    _outliersThreshold = std::max(6.25 * sigma * sigma, std::sqrt(machineEpsilon));
+    _outliersThreshold = std::max(6.25 * sigma * sigma, measuremath::sqrtMachineEpsilon);
     setOutlierFlags(bestSquares);
     return true;
 }

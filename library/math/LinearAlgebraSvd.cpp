@@ -1,5 +1,6 @@
 #include "math/LinearAlgebra.h"
 
+#include "math/internal/Constants.h"
 #include "math/internal/Elementwise.h"
 #include "math/internal/Lapack.h"
 #include "math/internal/Product.h"
@@ -13,8 +14,6 @@ using measuremath::require;
 
 namespace {
 
-constexpr double machineEpsilon = 2.220446049250313e-16;  // 2^-52
-
 constexpr char const* tooManyThresholded =
     "Invalid nbThresholdedValues, value greater than vector s size";
 
@@ -25,7 +24,7 @@ void requireShape(Matrix const& M, int rows, int cols, char const* message)
 
 double orDefault(double tolerance)
 {
-    return tolerance < 0.0 ? machineEpsilon : tolerance;
+    return tolerance < 0.0 ? measuremath::machineEpsilon : tolerance;
 }
 
 double conditionNumber(Vector const& s)

@@ -1,16 +1,16 @@
 #include "math/RobustCtrl.h"
 
 #include "math/MathError.h"
+#include "math/internal/Constants.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
+using measuremath::machineEpsilon;
 using measuremath::require;
 
 namespace {
-
-constexpr double machineEpsilon = 2.220446049250313e-16;  // 2^-52
 
 double power(double base, unsigned int exponent)
 {

@@ -1,21 +1,20 @@
 #include "math/Rotation.h"
 
+#include "math/internal/Constants.h"
 #include "math/internal/Elementwise.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <numbers>
 
 namespace {
 
 using std::numbers::pi;
 
-constexpr double machineEpsilon = std::numeric_limits<double>::epsilon();  // 2^-52
-constexpr double nearPi = 2.356194490192345;                               // 3π/4
-constexpr double smallAngle = 0.01698158191129618;                         // 36/37 of a degree
+constexpr double nearPi = 2.356194490192345;        // 3π/4
+constexpr double smallAngle = 0.01698158191129618;  // 36/37 of a degree
 
 // The leading 3 × 3 block of a matrix, its pointer taken once.
 template <class Value>
@@ -184,7 +183,7 @@ void matrixToVect(Matrix const& R, Vector& r)
     double* const out = writing(r, 3);
     if (theta >= nearPi) {
         axisFromDiagonal(m, c, sines, out);
-    } else if (theta <= machineEpsilon) {
+    } else if (theta <= measuremath::machineEpsilon) {
         std::fill_n(out, 3, 0.0);
     } else {
         for (int i = 0; i < 3; ++i) out[i] = sines[i] / twiceSine;

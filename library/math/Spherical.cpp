@@ -1,19 +1,19 @@
 #include "math/Spherical.h"
 
+#include "math/internal/Constants.h"
 #include "math/internal/Elementwise.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <initializer_list>
-#include <limits>
 #include <numbers>
 
 namespace {
 
+using measuremath::machineEpsilon;
 using std::numbers::pi;
 
-constexpr double machineEpsilon = std::numeric_limits<double>::epsilon();  // 2^-52
 constexpr double poleGain = 10000;  // stands for the infinite derivative of φ on a pole
 
 struct Direction {

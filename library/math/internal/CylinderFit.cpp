@@ -2,6 +2,7 @@
 
 #include "math/LinearAlgebra.h"
 #include "math/internal/Vec3.h"
+#include "math/internal/Constants.h"
 
 #include <algorithm>
 #include <array>
@@ -177,7 +178,7 @@ bool spansSpace(NormalisedPoints const& points)
     Vector values(3);
     Matrix vectors(3, 3);
     if (!eigenValuesVectors(moments, values, vectors)) return false;
-    double const rounding = 10.0 * std::max(points.resolution(), std::numeric_limits<double>::epsilon());
+    double const rounding = 10.0 * std::max(points.resolution(), machineEpsilon);
     return values[0] > std::max(rounding * rounding, 1e-15) * values[2];
 }
 

@@ -1,5 +1,7 @@
 #include "math/internal/PolynomialCurve.h"
 
+#include "math/internal/Constants.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -100,7 +102,6 @@ bool PolynomialCurve::advance(PlanePoint p, double squared, double target, Curve
 CurvePlace PolynomialCurve::descend(PlanePoint p, CurvePlace start) const
 {
     constexpr int maxSteps = 100;
-    constexpr double machineEpsilon = 2.220446049250313e-16;  // 2^-52
     double const rounding = 4.0 * machineEpsilon * (std::abs(p.x) + std::abs(p.y));
 
     CurvePlace place = start;

@@ -1,6 +1,7 @@
 #include "math/internal/RoundFit.h"
 
 #include "math/SVDSolver.h"
+#include "math/internal/Constants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,7 +31,7 @@ NormalisedPoints::NormalisedPoints(std::vector<Vector> const& coll, unsigned int
     for (double& x : _coordinates) x /= _scale;
     bool const finite = std::all_of(_coordinates.begin(), _coordinates.end(),
                                     [](double x) { return std::isfinite(x); });
-    _resolution = finite ? std::numeric_limits<double>::epsilon() * largest / _scale
+    _resolution = finite ? machineEpsilon * largest / _scale
                          : std::numeric_limits<double>::quiet_NaN();
 }
 
@@ -86,7 +87,7 @@ Vector algebraicRound(NormalisedPoints const& points)
     SVDSolver solver;
     solver.solve(A, b);
     double const condition = solver.getMatCond();
-    double const most = 0.1 / std::max(points.resolution(), std::numeric_limits<double>::epsilon());
+    double const most = 0.1 / std::max(points.resolution(), machineEpsilon);
     if (solver.getMatRank() <= d || condition > most) return Vector();
 
     Vector params = solver.getVecSol();

@@ -2,6 +2,7 @@
 
 #include "math/LinearAlgebra.h"
 #include "math/MathError.h"
+#include "math/internal/Constants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,8 +11,6 @@
 namespace measuremath {
 
 namespace {
-
-constexpr double machineEpsilon = 2.220446049250313e-16;  // 2^-52
 
 // visit(i, j, value) for every element of the symmetric matrix that a band stands for.
 template <class Visit>
