@@ -89,7 +89,7 @@ int withWorkspace(Routine routine, int line = __builtin_LINE(), char const* file
 {
     double size = 0.0;
     requireSuccess(routine(&size, -1), line, file);
-    Vector work(static_cast<int>(size), Vector::ZERO);
+    Vector work(static_cast<int>(size), Vector::NO_INIT);
     return checked(routine(work.data(), work.getSize()), line, file);
 }
 
