@@ -94,7 +94,7 @@ public:
 
     /// A copy times 1 / s; infinities (or NaN) for s = 0.
     Vector operator/(double s) const&;
-    Vector operator/(double s) &&;  ///< @copydoc operator/(double) const&
+    Vector operator/(double s) &&;  ///< The same, in the storage of the temporary.
 
     /// Sum of products; 0 for two empty vectors.
     /// @throws MathError "Bad vector dimensions" when the sizes differ.
