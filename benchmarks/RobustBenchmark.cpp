@@ -21,7 +21,8 @@
 
 namespace {
 
-template <class Controller, class Model> void fitRobustly(benchmark::State& state, int dimension)
+template <class Controller, class Model>
+void fitRobustly(benchmark::State& state, int dimension)
 {
     Model model;
     model.setDataColl(measuredPoints(static_cast<int>(state.range(0)), dimension));
@@ -60,7 +61,8 @@ PlaneModel planeThrough(Packed const& p, std::size_t i, std::size_t j, std::size
 {
     double const u[] = {p.x[j] - p.x[i], p.y[j] - p.y[i], p.z[j] - p.z[i]};
     double const v[] = {p.x[k] - p.x[i], p.y[k] - p.y[i], p.z[k] - p.z[i]};
-    PlaneModel m = {{u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]}, 0};
+    PlaneModel m = {
+        {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]}, 0};
     double const length = std::sqrt(m.n[0] * m.n[0] + m.n[1] * m.n[1] + m.n[2] * m.n[2]);
     for (double& c : m.n) c /= length;
     m.d = m.n[0] * p.x[i] + m.n[1] * p.y[i] + m.n[2] * p.z[i];
@@ -83,7 +85,8 @@ double refitLevel(Packed const& p, PlaneModel const& m)
     double s[6] = {};
     double r[3] = {};
     for (std::size_t i = 0; i < p.size(); ++i) {
-        if (std::abs(p.x[i] * m.n[0] + p.y[i] * m.n[1] + p.z[i] * m.n[2] - m.d) >= threshold) continue;
+        if (std::abs(p.x[i] * m.n[0] + p.y[i] * m.n[1] + p.z[i] * m.n[2] - m.d) >= threshold)
+            continue;
         s[0] += 1;
         s[1] += p.x[i];
         s[2] += p.y[i];
@@ -165,7 +168,8 @@ void tightLine(benchmark::State& state)
         }
         benchmark::DoNotOptimize(bestCount);
     }
-    requireAbout(static_cast<double>(bestCount), 0.7 * static_cast<double>(n), 0.1 * static_cast<double>(n), state);
+    requireAbout(static_cast<double>(bestCount), 0.7 * static_cast<double>(n),
+                 0.1 * static_cast<double>(n), state);
 }
 
 template <class Model>
@@ -181,7 +185,8 @@ void fitDirectly(benchmark::State& state, int dimension, double minor)
     requireAbout(residuals.length() / std::sqrt(residuals.size()), expected, 0.5 * expected, state);
 }
 
-template <class Model> void fitRoundRobustly(benchmark::State& state, int dimension)
+template <class Model>
+void fitRoundRobustly(benchmark::State& state, int dimension)
 {
     g_MathLogger.setLogLevel(log4cplus::OFF_LOG_LEVEL);
     Model model;
@@ -207,23 +212,64 @@ void bucketedDraw(benchmark::State& state)
     requireAbout(static_cast<double>(sample.size()), 5.0, 0.0, state);
 }
 
-void ellipseFit(benchmark::State& state) { fitDirectly<EllipseEstimator>(state, 2, 2.5); }
-void sphereFit(benchmark::State& state) { fitDirectly<SphereEstimator>(state, 3, 4.0); }
-void ransacCircle(benchmark::State& state) { fitRoundRobustly<CircleEstimator>(state, 2); }
-void ransacSphere(benchmark::State& state) { fitRoundRobustly<SphereEstimator>(state, 3); }
+void ellipseFit(benchmark::State& state)
+{
+    fitDirectly<EllipseEstimator>(state, 2, 2.5);
+}
+void sphereFit(benchmark::State& state)
+{
+    fitDirectly<SphereEstimator>(state, 3, 4.0);
+}
+void ransacCircle(benchmark::State& state)
+{
+    fitRoundRobustly<CircleEstimator>(state, 2);
+}
+void ransacSphere(benchmark::State& state)
+{
+    fitRoundRobustly<SphereEstimator>(state, 3);
+}
 
-BENCHMARK(ellipseFit)->Name("EllipseFit/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ellipseFit)
+    ->Name("EllipseFit/ours")
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(sphereFit)->Name("SphereFit/ours")->Arg(10000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(bucketedDraw)->Name("BucketedDraw/ours")->Arg(10000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(ransacCircle)->Name("RansacCircle/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(ransacSphere)->Name("RansacSphere/ours")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ransacCircle)
+    ->Name("RansacCircle/ours")
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(ransacSphere)
+    ->Name("RansacSphere/ours")
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Unit(benchmark::kMicrosecond);
 
-void ransacPlane(benchmark::State& state) { fitRobustly<Ransac, PlanEstimator>(state, 3); }
-void lmedsPlane(benchmark::State& state) { fitRobustly<LMedS, PlanEstimator>(state, 3); }
-void ransacLine(benchmark::State& state) { fitRobustly<Ransac, LineEstimator>(state, 2); }
+void ransacPlane(benchmark::State& state)
+{
+    fitRobustly<Ransac, PlanEstimator>(state, 3);
+}
+void lmedsPlane(benchmark::State& state)
+{
+    fitRobustly<LMedS, PlanEstimator>(state, 3);
+}
+void ransacLine(benchmark::State& state)
+{
+    fitRobustly<Ransac, LineEstimator>(state, 2);
+}
 
-BENCHMARK(ransacPlane)->Name("RansacPlane/ours")->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
-BENCHMARK(tightPlane)->Name("RansacPlane/by hand")->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ransacPlane)
+    ->Name("RansacPlane/ours")
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(tightPlane)
+    ->Name("RansacPlane/by hand")
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(ransacLine)->Name("RansacLine/ours")->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(tightLine)->Name("RansacLine/by hand")->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(lmedsPlane)->Name("LMedSPlane/ours")->Arg(10000)->Unit(benchmark::kMillisecond);

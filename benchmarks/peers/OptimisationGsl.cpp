@@ -38,8 +38,7 @@ void minimise(benchmark::State& state)
 
     gsl_multifit_nlinear_parameters parameters = gsl_multifit_nlinear_default_parameters();
     parameters.solver = gsl_multifit_nlinear_solver_qr;
-    auto* const solver =
-        gsl_multifit_nlinear_alloc(gsl_multifit_nlinear_trust, &parameters, m, n);
+    auto* const solver = gsl_multifit_nlinear_alloc(gsl_multifit_nlinear_trust, &parameters, m, n);
     gsl_matrix* const covariance = gsl_matrix_alloc(n, n);
     for (auto _ : state) {
         Vector const start = Model::start();

@@ -49,7 +49,8 @@ inline std::vector<Vector> roundPoints(int n, int dimension, double minor, doubl
         double const z = dimension == 3 ? uniform(generator) : 0.0, rho = std::sqrt(1.0 - z * z);
         Vector p = Vector::of({5.0 + (4.0 + off) * rho * std::cos(t),
                                5.0 + (minor + off) * rho * std::sin(t), 5.0 + (4.0 + off) * z});
-        if (i < outliers * n) p = 10.0 * Vector::of({uniform(generator), uniform(generator), uniform(generator)});
+        if (i < outliers * n)
+            p = 10.0 * Vector::of({uniform(generator), uniform(generator), uniform(generator)});
         points.push_back(p(0, dimension));
     }
     return points;

@@ -34,7 +34,8 @@ Axis axisOf(std::vector<Vector> const& dataColl, std::size_t k, unsigned int cel
     return {min, max, width == 0.0 ? -1.0 : width, cells};
 }
 
-std::vector<Axis> gridOf(std::vector<Vector> const& dataColl, std::vector<unsigned int> const& nbBuckets)
+std::vector<Axis> gridOf(std::vector<Vector> const& dataColl,
+                         std::vector<unsigned int> const& nbBuckets)
 {
     std::vector<Axis> grid;
     bool hasExtent = false;
@@ -115,7 +116,8 @@ void Buckets::makeBuckets(std::vector<Vector> const& dataColl)
     std::vector<unsigned int> firsts;
     points.reserve(order.size());
     for (std::size_t i = 0; i < order.size(); ++i) {
-        if (i == 0 || cells.isLess(order[i - 1], order[i])) firsts.push_back(static_cast<unsigned int>(i));
+        if (i == 0 || cells.isLess(order[i - 1], order[i]))
+            firsts.push_back(static_cast<unsigned int>(i));
         points.push_back(dataColl[order[i]]);
     }
     firsts.push_back(static_cast<unsigned int>(order.size()));

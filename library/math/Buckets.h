@@ -57,11 +57,14 @@ private:
 
     std::size_t drawBucket(std::vector<bool> const& used) const;
     std::size_t drawUnusedBucket(std::vector<bool> const& used) const;
-    unsigned int population(std::size_t bucket) const { return _firsts[bucket + 1] - _firsts[bucket]; }
+    unsigned int population(std::size_t bucket) const
+    {
+        return _firsts[bucket + 1] - _firsts[bucket];
+    }
 
     std::vector<unsigned int> _nbBuckets;  // cells along each dimension
     std::vector<Vector> _points;           // grouped by bucket, buckets in the order of their cells
-    std::vector<unsigned int> _firsts;     // first point of each bucket, and one past the last point
-    std::vector<double> _cumulProba;       // share of the data up to each bucket and in it
+    std::vector<unsigned int> _firsts;  // first point of each bucket, and one past the last point
+    std::vector<double> _cumulProba;    // share of the data up to each bucket and in it
     State _state = CONSTRUCTED;
 };

@@ -74,7 +74,8 @@ Vector parameterShift(Frame const& f)
 }  // namespace
 
 EllipseEstimator::EllipseEstimator()
-    : _buckets(std::make_unique<Buckets>()), _solver(std::make_unique<SVDSolver>())
+    : _buckets(std::make_unique<Buckets>()),
+      _solver(std::make_unique<SVDSolver>())
 {
     init(5, 5);
 }

@@ -36,23 +36,34 @@ std::vector<double> packed(std::vector<Vector> const& dataColl, unsigned int dim
 }  // namespace
 
 Estimator::Estimator()
-    : _estimParams(std::make_unique<Vector>()), _estimCov(std::make_unique<Matrix>()),
-      _dataColl(std::make_unique<std::vector<Vector>>()), _nbMinData(unset)
+    : _estimParams(std::make_unique<Vector>()),
+      _estimCov(std::make_unique<Matrix>()),
+      _dataColl(std::make_unique<std::vector<Vector>>()),
+      _nbMinData(unset)
 {
 }
 
 Estimator::~Estimator() = default;
 
-void Estimator::requireInit() const { require(_nbMinData != unset, "Init estimator before use"); }
+void Estimator::requireInit() const
+{
+    require(_nbMinData != unset, "Init estimator before use");
+}
 
 void Estimator::requireEnough(std::size_t nbData) const
 {
     require(nbData >= _nbMinData, "Not enough data to ensure nbMinData");
 }
 
-void Estimator::requireData() const { require(!_dataColl->empty(), "Set DataColl before use"); }
+void Estimator::requireData() const
+{
+    require(!_dataColl->empty(), "Set DataColl before use");
+}
 
-void Estimator::requireEstimated() const { require(_isEstimated, "Call estim before use"); }
+void Estimator::requireEstimated() const
+{
+    require(_isEstimated, "Call estim before use");
+}
 
 unsigned int Estimator::getNbMinData() const
 {
@@ -128,7 +139,10 @@ void Estimator::setDataColl(std::vector<Vector> const& dataColl)
     _isEstimated = false;
 }
 
-bool Estimator::estim() { return estim(getDataColl()); }
+bool Estimator::estim()
+{
+    return estim(getDataColl());
+}
 
 void Estimator::beginEstim(std::size_t nbData)
 {
@@ -140,7 +154,8 @@ void Estimator::beginEstim(std::size_t nbData)
 bool Estimator::estim(std::vector<Vector> const& dataColl)
 {
     beginEstim(dataColl.size());
-    _isEstimated = preProcessing(dataColl) && computeEstimation(dataColl) && postProcessing(dataColl);
+    _isEstimated =
+        preProcessing(dataColl) && computeEstimation(dataColl) && postProcessing(dataColl);
     return _isEstimated;
 }
 
@@ -172,9 +187,15 @@ void Estimator::computeDataRandomSample(std::vector<Vector>& sample) const
     }
 }
 
-bool Estimator::preProcessing(std::vector<Vector> const& /*dataColl*/) { return true; }
+bool Estimator::preProcessing(std::vector<Vector> const& /*dataColl*/)
+{
+    return true;
+}
 
-bool Estimator::postProcessing(std::vector<Vector> const& /*dataColl*/) { return true; }
+bool Estimator::postProcessing(std::vector<Vector> const& /*dataColl*/)
+{
+    return true;
+}
 
 bool Estimator::estimInliers(std::vector<bool> const& isOutlier)
 {

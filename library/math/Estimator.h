@@ -128,6 +128,6 @@ private:
     void requireEstimated() const;
     void collectInliers(std::vector<bool> const& isOutlier, std::vector<Vector>& inliers) const;
 
-    std::vector<double> _packed;      // coordinate k of datum i at k · n + i
+    std::vector<double> _packed;  // coordinate k of datum i at k · n + i
     unsigned int _packedDimension = 0;
 };

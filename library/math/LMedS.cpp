@@ -27,8 +27,7 @@ public:
         });
         auto const high = _buffer.begin() + _high;
         std::nth_element(_buffer.begin(), high, _buffer.end());
-        double const lowValue =
-            _low == _high ? *high : *std::max_element(_buffer.begin(), high);
+        double const lowValue = _low == _high ? *high : *std::max_element(_buffer.begin(), high);
         return 0.5 * (*high + lowValue);
     }
 
@@ -55,7 +54,10 @@ void square(Vector& residuals)
 
 }  // namespace
 
-LMedS::LMedS() { _outliersRatio = 0.4; }
+LMedS::LMedS()
+{
+    _outliersRatio = 0.4;
+}
 
 void LMedS::setOutliersRatio(double ratio)
 {

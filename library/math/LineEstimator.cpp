@@ -20,7 +20,9 @@ struct Line {
 
 struct LineDistance {
     explicit LineDistance(Line const& line)
-        : cosTheta(std::cos(line.theta)), sinTheta(std::sin(line.theta)), rho(line.rho)
+        : cosTheta(std::cos(line.theta)),
+          sinTheta(std::sin(line.theta)),
+          rho(line.rho)
     {
     }
     double operator()(double x, double y) const { return cosTheta * y - sinTheta * x - rho; }
@@ -36,7 +38,8 @@ struct Scatter {
     double sxx = 0.0, syy = 0.0, sxy = 0.0;
 };
 
-template <class Points> Scatter scatterOf(Points const& points)
+template <class Points>
+Scatter scatterOf(Points const& points)
 {
     double const n = static_cast<double>(points.size());
     Coordinates<2> const origin = points.front();  // sums about it: a far origin costs no digits
@@ -69,7 +72,8 @@ Line lineThrough(Scatter const& s, double direction)
 }
 
 // Whether the squared distances to `a` have the smaller sum.
-template <class Points> bool isCloser(Line const& a, Line const& b, Points const& points)
+template <class Points>
+bool isCloser(Line const& a, Line const& b, Points const& points)
 {
     LineDistance const distanceToA(a), distanceToB(b);
     double sumA = 0.0, sumB = 0.0;
@@ -84,7 +88,10 @@ template <class Points> bool isCloser(Line const& a, Line const& b, Points const
 
 }  // namespace
 
-LineEstimator::LineEstimator() { init(2, 2); }
+LineEstimator::LineEstimator()
+{
+    init(2, 2);
+}
 
 void LineEstimator::setDataColl(std::vector<Vector> const& dataColl)
 {
@@ -108,7 +115,8 @@ bool LineEstimator::estimInliers(std::vector<bool> const& isOutlier)
     return _isEstimated;
 }
 
-template <class Points> bool LineEstimator::fit(Points const& points)
+template <class Points>
+bool LineEstimator::fit(Points const& points)
 {
     Scatter const s = scatterOf(points);
     double const diff = s.sxx - s.syy;

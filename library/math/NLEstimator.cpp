@@ -6,7 +6,8 @@
 using measuremath::require;
 
 NLEstimator::NLEstimator()
-    : _initParams(std::make_unique<Vector>()), _lmSolver(std::make_unique<LMMinPack>())
+    : _initParams(std::make_unique<Vector>()),
+      _lmSolver(std::make_unique<LMMinPack>())
 {
 }
 

@@ -46,7 +46,8 @@ std::array<double, 4> rowOf(Coordinates<3> const& p)
 
 // One row a point. Of many points the triangular factor, which has the same solution and singular
 // values.
-template <class Points> Matrix systemOf(Points const& points)
+template <class Points>
+Matrix systemOf(Points const& points)
 {
     constexpr std::size_t few = 32;
     if (points.size() >= few) {
@@ -61,7 +62,8 @@ template <class Points> Matrix systemOf(Points const& points)
 }
 
 // Of the values of the equations.
-template <class Points> double sumOfSquares(Points const& points, double const* params)
+template <class Points>
+double sumOfSquares(Points const& points, double const* params)
 {
     double sum = 0.0;
     points.forEach([&](Coordinates<3> const& p) {
@@ -73,13 +75,22 @@ template <class Points> double sumOfSquares(Points const& points, double const* 
 
 }  // namespace
 
-PlanEstimator::PlanEstimator() : _solver(std::make_unique<SVDSolver>()) { init(4, 4); }
+PlanEstimator::PlanEstimator() : _solver(std::make_unique<SVDSolver>())
+{
+    init(4, 4);
+}
 
 PlanEstimator::~PlanEstimator() = default;
 
-Vector PlanEstimator::getNormal() const { return getEstimParams()(0, 3); }
+Vector PlanEstimator::getNormal() const
+{
+    return getEstimParams()(0, 3);
+}
 
-double PlanEstimator::getDistToOrigin() const { return getEstimParams()[3]; }
+double PlanEstimator::getDistToOrigin() const
+{
+    return getEstimParams()[3];
+}
 
 double PlanEstimator::getRMS3D() const
 {
@@ -103,14 +114,15 @@ bool PlanEstimator::estimInliers(std::vector<bool> const& isOutlier)
     // A derived class may have steps of its own, on the collection.
     if (typeid(*this) != typeid(PlanEstimator)) return Estimator::estimInliers(isOutlier);
 
-    InlierView<3> const inliers(isOutlier, {getPackedCoordinate(0), getPackedCoordinate(1),
-                                            getPackedCoordinate(2)});
+    InlierView<3> const inliers(
+        isOutlier, {getPackedCoordinate(0), getPackedCoordinate(1), getPackedCoordinate(2)});
     beginEstim(inliers.size());
     _isEstimated = fit(inliers);
     return _isEstimated;
 }
 
-template <class Points> bool PlanEstimator::fit(Points const& points)
+template <class Points>
+bool PlanEstimator::fit(Points const& points)
 {
     Matrix const system = systemOf(points);
     if (!measuremath::allFinite(system.begin(), system.size())) return false;

@@ -30,9 +30,15 @@ void initRandGene(unsigned int seed)
     std::srand(seed == 1 ? static_cast<unsigned int>(std::time(nullptr)) : seed);
 }
 
-double randGene() { return draw() * drawToUnit; }
+double randGene()
+{
+    return draw() * drawToUnit;
+}
 
-double vaUnif(double a) { return (randGene() - 0.5) * a * 2; }
+double vaUnif(double a)
+{
+    return (randGene() - 0.5) * a * 2;
+}
 
 double vaGauss(double sigma)
 {

@@ -26,7 +26,10 @@ void flagOutliers(Vector const& residuals, double threshold, std::vector<bool>& 
 
 }  // namespace
 
-Ransac::Ransac() { _outliersRatio = 1.0; }
+Ransac::Ransac()
+{
+    _outliersRatio = 1.0;
+}
 
 void Ransac::setOutliersThreshold(double t)
 {
@@ -44,7 +47,8 @@ void Ransac::setSupportThreshold(unsigned int nbInliers)
 bool Ransac::filterData()
 {
     unsigned int const n = _estimator->getNbData();
-    unsigned int const enough = _supportThreshold == 0 || _supportThreshold > n ? n : _supportThreshold;
+    unsigned int const enough =
+        _supportThreshold == 0 || _supportThreshold > n ? n : _supportThreshold;
     unsigned int const maxFailures = 10 * _estimator->getNbMinData();
 
     double ratio = _outliersRatio;

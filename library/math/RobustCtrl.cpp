@@ -23,7 +23,8 @@ double power(double base, unsigned int exponent)
 }  // namespace
 
 RobustCtrl::RobustCtrl()
-    : _outlierFlags(std::make_unique<std::vector<bool>>()), _estimParams(std::make_unique<Vector>())
+    : _outlierFlags(std::make_unique<std::vector<bool>>()),
+      _estimParams(std::make_unique<Vector>())
 {
 }
 
@@ -102,7 +103,8 @@ double RobustCtrl::getInlierRms() const
 unsigned int RobustCtrl::getNbOutliers() const
 {
     requireEstimated();
-    return static_cast<unsigned int>(std::count(_outlierFlags->begin(), _outlierFlags->end(), true));
+    return static_cast<unsigned int>(
+        std::count(_outlierFlags->begin(), _outlierFlags->end(), true));
 }
 
 bool RobustCtrl::isOutlier(unsigned int i) const

@@ -11,16 +11,19 @@
 /// point, and forEach calls action(point) in their order.
 namespace measuremath {
 
-template <std::size_t d> using Coordinates = std::array<double, d>;
+template <std::size_t d>
+using Coordinates = std::array<double, d>;
 
 /// All points of a collection.
-template <std::size_t d> class CollectionView {
+template <std::size_t d>
+class CollectionView {
 public:
     explicit CollectionView(std::vector<Vector> const& coll) : _coll(coll) {}
 
     std::size_t size() const { return _coll.size(); }
     Coordinates<d> front() const { return point(_coll.front()); }
-    template <class Action> void forEach(Action action) const
+    template <class Action>
+    void forEach(Action action) const
     {
         for (Vector const& datum : _coll) action(point(datum));
     }
@@ -37,10 +40,12 @@ private:
 };
 
 /// The points of packed coordinates whose flag is false.
-template <std::size_t d> class InlierView {
+template <std::size_t d>
+class InlierView {
 public:
     InlierView(std::vector<bool> const& isOutlier, std::array<double const*, d> const& coordinates)
-        : _isOutlier(isOutlier), _coordinates(coordinates),
+        : _isOutlier(isOutlier),
+          _coordinates(coordinates),
           _size(static_cast<std::size_t>(std::count(isOutlier.begin(), isOutlier.end(), false)))
     {
     }
@@ -51,7 +56,8 @@ public:
         auto const first = std::find(_isOutlier.begin(), _isOutlier.end(), false);
         return point(static_cast<std::size_t>(first - _isOutlier.begin()));
     }
-    template <class Action> void forEach(Action action) const
+    template <class Action>
+    void forEach(Action action) const
     {
         for (std::size_t i = 0; i < _isOutlier.size(); ++i)
             if (!_isOutlier[i]) action(point(i));

@@ -20,7 +20,8 @@ int rowsOfBlock(std::size_t nbRows, int nbCols)
 }  // namespace
 
 TriangularFactor::TriangularFactor(std::size_t nbRows, int nbCols)
-    : _n(nbCols), _capacity(rowsOfBlock(nbRows, nbCols)),
+    : _n(nbCols),
+      _capacity(rowsOfBlock(nbRows, nbCols)),
       _block(static_cast<std::size_t>(_n) * static_cast<std::size_t>(_capacity)),
       _tau(static_cast<std::size_t>(_n))
 {
