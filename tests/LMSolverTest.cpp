@@ -200,7 +200,8 @@ TEST_F(LMSolvers, TellHowTheyEnded)
     constexpr char const* orthogonal =
         "Fvec is orthogonal to the columns of the jacobian to machine precision";
     Scripted<> nearlyOrthogonal = withDimensions(3, 1);
-    nearlyOrthogonal.jac = [](Vector const&, Matrix& J) { J[0][0] = 1e-20, J[1][0] = 1.0; };
+    nearlyOrthogonal.fun = [](Vector const&, Vector& r) { r[0] = 1e-20, r[1] = 1.0; };
+    nearlyOrthogonal.jac = [](Vector const&, Matrix& J) { J[0][0] = 1.0; };
     Ending const endings[] = {
         {line(4), lineSolution, 300, LMSolver::NormalEnd, "Null residuals on last iteration", 2},
         {withDimensions(3, 2), start, 300, LMSolver::ErrorEnd, orthogonal, 0},

@@ -6,9 +6,10 @@
 
 One mutant is one change at one place: a comparison, an operator of arithmetic or logic, a constant,
 a statement left out, or a branch swapped. The sample is random, its seed set by --seed. Mutants that
-do not compile are drawn again. Works on a copy of the tree below build/mutation, with uncommitted
-changes, and compiles at -O1 what depends on the mutated file, so only sources and internal headers
-are mutated: the tests carry the inline functions of public headers themselves. A mutant is killed by
+do not compile are drawn again. Works on a copy of the tree, with uncommitted changes, below
+build/mutation or what MUTATION_DIR says, and compiles at -O1 what depends on the mutated file, so
+only sources and internal headers are mutated: the tests carry the inline functions of public headers
+themselves. A mutant is killed by
 a test that fails, crashes or runs longer than --timeout; who survives meets the tests under the
 sanitizers as well, as every change does. Writes a line to REPORT.jsonl for each mutant, and
 REPORT.md at the end.
@@ -18,6 +19,7 @@ import argparse
 import collections
 import fnmatch
 import json
+import os
 import pathlib
 import random
 import re
@@ -27,12 +29,13 @@ import sys
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-WORK = ROOT / "build" / "mutation"
+WORK = pathlib.Path(os.environ.get("MUTATION_DIR", ROOT / "build" / "mutation"))
 COPY = WORK / "source"
 PROGRAMS = {  # targets and where they are built
     "measuremath-tests": "tests", "measuremath-accuracy": "accuracy",
     "measuremath-fault-tests": "tests"}
 
+ONE_THREAD = os.environ | {"OPENBLAS_NUM_THREADS": "1"}  # those of BLAS wait for each other
 SANITIZED = "-O1 -g1 -D_GLIBCXX_ASSERTIONS -fsanitize=address,undefined -fno-sanitize-recover=all"
 
 Mutant = collections.namedtuple("Mutant", "file start end text operator")
@@ -201,7 +204,7 @@ class Build:
         command = [directory / program, "--gtest_fail_fast", "--gtest_brief=1",
                    "--gtest_filter=" + test_filter]
         try:
-            return subprocess.run(command, capture_output=True, cwd=directory,
+            return subprocess.run(command, capture_output=True, cwd=directory, env=ONE_THREAD,
                                   timeout=self.timeout).returncode != 0
         except subprocess.TimeoutExpired:
             return True
