@@ -70,4 +70,15 @@ with the code that made them, on one page, and the data that it measures.")
 set(CPACK_DEBIAN_DEMONSTRATION_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_DEMONSTRATION_PACKAGE_DEPENDS "${library_package} ${same_version}")
 
+if(MEASUREMATH_BUILD_PYTHON)
+    measuremath_package(python python3-measuremath python
+        "numerical library for measurement, Python 3 module"
+        "This package holds the module for Python 3, which takes and gives numpy arrays.")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+        "${library_package} ${same_version}, python3-numpy, ${MEASUREMATH_PYTHON_DEPENDS}")
+    install(FILES python/examples/demonstration.py
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/python3-measuremath/examples COMPONENT python)
+endif()
+
 include(CPack)

@@ -148,8 +148,8 @@ void bindElements(py::class_<Array>& c)
     c.def(
         "__rmul__", [](Array const& a, double s) { return s * a; }, py::is_operator());
     c.def(
-        "__eq__", [](Array const& a, Array const& b) { return a == b ? true : false; },
-        py::is_operator(), "equals with the tolerance 1e-15.");
+        "__eq__", [](Array const& a, Array const& b) { return (a == b) != 0; }, py::is_operator(),
+        "equals with the tolerance 1e-15; MathError for another size.");
 }
 
 // `self op= other` in place.
@@ -252,12 +252,6 @@ void bindMatrix(py::module_& m)
         "The inverse. Raises MathError where the matrix is singular.");
 }
 
-// As numpy's `asarray` without a type, so that the kind of the elements can be looked at.
-py::array asAnyArray(py::handle source)
-{
-    return py::array::ensure(source);  // clears Python's error and is null where there is none
-}
-
 template <class Fixed>
 bool fixedFromPython(py::handle source, int n, std::optional<Fixed>& result)
 {
@@ -279,7 +273,7 @@ bool isViewed(TVector<double> const& array)
 
 std::optional<py::array_t<double>> asDoubles(py::handle source, int ndim)
 {
-    py::array const any = asAnyArray(source);
+    py::array const any = py::array::ensure(source);  // null, without an error, where it is none
     if (!any || any.ndim() != ndim) return std::nullopt;
     if (std::string("biuf").find(any.dtype().kind()) == std::string::npos) return std::nullopt;
     return py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(any);

@@ -106,7 +106,8 @@ void bindSpherical(py::module_& m)
 template <class Rotation, class Other, class Class>
 void bindFrom(Class& c, char const* name)
 {
-    c.def(py::init([](Other const& other) { return Rotation(other); }), py::arg(name));
+    c.def(py::init([](Other const& other) { return Rotation(other); }), py::arg(name),
+          "The same rotation from another form; from a Vector or a Matrix, its elements.");
 }
 
 using EulerClass = py::class_<Euler, Vector>;

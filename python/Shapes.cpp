@@ -135,7 +135,7 @@ void bindPolyhedron(py::module_& m)
     c.def("contain",
           py::overload_cast<double const&, double const&, double const&>(&ConvexPolyedron::contain,
                                                                          py::const_),
-          py::arg("x"), py::arg("y"), py::arg("z"));
+          py::arg("x"), py::arg("y"), py::arg("z"), "Whether the point (x, y, z) is inside.");
     c.def(
         "getTops", [](ConvexPolyedron const& p) { return rowsOf(p.getTops(), 3); },
         "The vertices, k x 3.");

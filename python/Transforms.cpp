@@ -54,7 +54,7 @@ template <class Rotation>
 void bindFromRotation(TransformClass& c)
 {
     c.def(py::init([](Rotation const& R, Vector const& t) { return MatrixTH(R, atLeast(3, t)); }),
-          py::arg("R"), py::arg("t"));
+          py::arg("R"), py::arg("t"), "Rotation R and translation t.");
 }
 
 void bindConstructors(TransformClass& c)
@@ -69,8 +69,9 @@ void bindConstructors(TransformClass& c)
     bindFromRotation<Quaternion>(c);
     bindFromRotation<VectorR>(c);
     bindFromRotation<MatrixR>(c);
-    c.def(py::init([](MatrixTH const& T) { return T; }), py::arg("T"));
-    c.def(py::init([](Matrix const& m) { return MatrixTH(m); }), py::arg("m"));
+    c.def(py::init([](MatrixTH const& T) { return T; }), py::arg("T"), "A copy.");
+    c.def(py::init([](Matrix const& m) { return MatrixTH(m); }), py::arg("m"),
+          "The elements of a 4 x 4 matrix.");
 }
 
 void bindParts(TransformClass& c)

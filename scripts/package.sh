@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh dpkg-dev doxygen file lintian
+scripts/setup.sh dpkg-dev doxygen file lintian pybind11-dev python3-dev
 
 eval "$(dpkg-buildflags --export=sh)"  # the hardening that Debian asks for
 rm -f build/package/*.deb

@@ -2,6 +2,7 @@
 
 import gc
 import itertools
+import re
 
 import numpy as np
 import pytest
@@ -181,6 +182,7 @@ def spline():
     (mm.MathError, lambda: mm.ellipticQuadToCartParams([1, 2])), (mm.MathError, lambda: mm.lineIntersection(
         [1, 0, 0], [2, 0, 1])), (mm.MathError, lambda: mm.crossRatioFromPoint([1], [2], [3], [4])),
     (mm.MathError, lambda: mm.Ransac().robustEstimation()), (TypeError, lambda: mm.Ransac().setEstimator(3)),
+    (TypeError, lambda: mm.LMMinPack().setCostFun(mm.Ransac())),
     (mm.MathError, lambda: mm.PlanEstimator().setDataColl(circle)), (mm.MathError, lambda: mm.PlanEstimator().estim()),
     (mm.MathError, lambda: mm.PlanEstimator().setDataColl([])), (mm.MathError, lambda: mm.LMedS().setOutliersRatio(0.5)),
     (TypeError, lambda: mm.PlanEstimator().setDataColl("abc")), (TypeError, lambda: mm.RobustCtrl())])
@@ -257,9 +259,12 @@ def test_random_numbers_repeat():
 
 
 def test_everything_has_a_docstring():
+    signature = re.compile(r"^(?:\d+\. )?\w+\(.*\) -> .*$", re.MULTILINE)
     for name, thing in vars(mm).items():
         members = {name: thing, **(vars(thing) if isinstance(thing, type) else {})}
         for member, value in members.items():
-            if not member.startswith("_") and callable(value):
-                text = value.__doc__ or ""
-                assert len(text.split("\n", 2)) > 2 or isinstance(value, type) and text, (name, member)
+            if isinstance(value, type) or not callable(value):
+                assert not isinstance(value, type) or value.__doc__, member
+            elif not member.startswith("_"):
+                texts = signature.split(value.__doc__ or "")[1:]
+                assert texts and all(text.strip() for text in texts), (name, member)
