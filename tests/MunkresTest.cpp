@@ -147,11 +147,11 @@ private:
 
 TEST(Munkres, GivesTheStarsAndCostsOfTheLiteralSteps)
 {
-    RandomData data(4711);
     std::pair<int, int> const ranges[] = {
         // of costs: from many ties to few
         {0, 0}, {0, 1}, {0, 3}, {0, 20}, {0, 1000}, {-2, 2}, {-30, 10}};
     for (auto const& [least, most] : ranges) {
+        RandomData data(4711);
         for (int n = 0; n < 400; ++n) {
             // Now and then beyond the 64 bits of one word.
             int const longest = n % 100 == 99 ? 80 : 11;
