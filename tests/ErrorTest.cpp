@@ -1,11 +1,18 @@
+#include "math/Conic.h"
+#include "math/ConvexPolyedron.h"
+#include "math/LMMinPack.h"
+#include "math/LinearAlgebra.h"
 #include "math/MathError.h"
 #include "support/LogRecords.h"
 #include "support/MathErrorExpectations.h"
+#include "support/ScriptedCostFun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <log4cplus/hierarchy.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -138,16 +145,38 @@ TEST(MathErrors, CanBeThrownBeforeMain)
     EXPECT_TRUE(g_MathLogger.getAdditivity());
 }
 
+// Errors, records of every level, a report, and a failure of LAPACK.
+void doWhatIsLogged()
+{
+    EXPECT_MATH_ERROR(measuremath::fail("unheard"), "unheard");
+    Matrix T, R, S;
+    ellipseDecomposition(Vector::of({1, 0, 0, 0, -1}), T, R, S);
+    ConvexPolyedron body;
+    for (int i = 0; i < 3; ++i) body.addPlane(Matrix(3, 4, Matrix::IDENTITY).getRowVector(i));
+    EXPECT_EQ(body.getNbTops(), 1U);
+    Scripted<> f;
+    f.initCostFun(1, 1);
+    f.setBoolAnaDer(false);
+    LMMinPack solver;
+    solver.setCostFun(&f);
+    solver.setInitVecSol(Vector(1));
+    solver.solve();
+    EXPECT_FALSE(luInverse(S *= 0.0));
+}
+
 // log4cplus complains once a process, so this looks at a process from its start: the
 // "threadsafe" style runs the program anew, and the error before main is in it.
 TEST(MathErrorsDeathTest, UnconfiguredProgramPrintsNothing)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    auto const failAndLeave = [] {
-        EXPECT_MATH_ERROR(measuremath::fail("unheard"), "unheard");
-        std::_Exit(EXIT_SUCCESS);
+    auto const workAndLeave = [] {
+        std::fflush(stdout);
+        dup2(STDERR_FILENO, STDOUT_FILENO);  // so that the test sees both streams
+        doWhatIsLogged();
+        std::fflush(stdout);
+        std::_Exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
     };
-    EXPECT_EXIT(failAndLeave(), testing::ExitedWithCode(EXIT_SUCCESS), IsEmpty());
+    EXPECT_EXIT(workAndLeave(), testing::ExitedWithCode(EXIT_SUCCESS), IsEmpty());
 }
 
 }  // namespace
