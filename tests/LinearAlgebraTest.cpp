@@ -432,4 +432,21 @@ TEST(LinearAlgebra, OutputsMayShareStorageWithInputsAndEachOther)
     EXPECT_TRUE(isNear(inverse, expectedInverse, 0) && isNear(cov, expectedCov, 0));
 }
 
+// Of five eigenvalues that vanish; DSYEVR alone may leave their vectors orthogonal to 1e-7.
+TEST(LinearAlgebra, EigenvectorsOfALowRankAreOrthogonalToo)
+{
+    RandomData random(29);
+    for (int trial = 0; trial < 1000; ++trial) {
+        Matrix A(7, 7);
+        std::fill(A.begin(), A.end(), trial == 0 ? -6.25 : random.integer(-100, 100) / 8.0);
+        A[0][0] = trial == 0 ? 0x1.f3f3f3f3f3f3fp-12 : random.uniform(-1e-3, 1e-3);
+        A = A.transpose() * A;
+        Vector values(7);
+        Matrix vectors(7, 7);
+        ASSERT_TRUE(eigenValuesVectors(A, values, vectors));
+        Matrix const error = vectors.transpose() * vectors - identity(7);
+        EXPECT_LT(error.frobeniusNorm(), 7 * tolerance * epsilon);
+    }
+}
+
 }  // namespace

@@ -172,12 +172,11 @@ MEASUREMATH_API bool luInverse(Matrix const& A, Matrix& invA);
 /// Of A only the diagonal and what is above it are read.
 /// @{
 
-/// All eigenvalues and eigenvectors of a symmetric A (DSYEVR).
+/// All eigenvalues and eigenvectors of a symmetric A (DSYEVR; DSYEV where the vectors of that
+/// one are not orthogonal to rounding).
 ///
 /// @param[out] eigenValues   n values, ascending.
-/// @param[out] eigenVectors  n × n, orthonormal columns; column i belongs to value i. Where elements
-///                           of A differ by more than 70 orders of magnitude, DSYEVR may leave the
-///                           columns orthogonal to half the digits only.
+/// @param[out] eigenVectors  n × n, orthonormal columns; column i belongs to value i.
 /// @throws MathError "Matrix a should be square", "Invalid eigenValues vector size",
 ///         "Invalid eigenVectors matrix size".
 MEASUREMATH_API bool eigenValuesVectors(Matrix const& A, Vector& eigenValues, Matrix& eigenVectors);

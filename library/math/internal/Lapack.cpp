@@ -102,6 +102,14 @@ int syevr(char uplo, int n, double* a, int lda, double* w, double* z, int ldz, i
     return info;
 }
 
+int syev(char uplo, int n, double* a, int lda, double* w, double* work, int lwork)
+{
+    char const jobz = 'V';
+    int info = 0;
+    LAPACK_dsyev(&jobz, &uplo, &n, a, &lda, w, work, &lwork, &info);
+    return info;
+}
+
 int geev(int n, double* a, int lda, double* wr, double* wi, double* work, int lwork)
 {
     char const none = 'N';

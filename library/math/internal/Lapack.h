@@ -44,6 +44,9 @@ int getri(int n, double* a, int lda, int const* pivots, double* work, int lwork)
 int syevr(char uplo, int n, double* a, int lda, double* w, double* z, int ldz, int* isuppz,
           double* work, int lwork, int* iwork, int liwork);
 
+/// All eigenvalues, and the eigenvectors in place of A (JOBZ = 'V').
+int syev(char uplo, int n, double* a, int lda, double* w, double* work, int lwork);
+
 /// Eigenvalues of a general matrix, balanced, without eigenvectors (JOBVL = JOBVR = 'N').
 int geev(int n, double* a, int lda, double* wr, double* wi, double* work, int lwork);
 
