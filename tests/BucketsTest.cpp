@@ -32,6 +32,7 @@ TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
         while (points.size() < 400)
             points.push_back(random.vector(n, 0.0, 1.0) * random.vector(n, 0.0, 1.0));
         std::map<int, double> share, drawn;
+        std::set<double> seen;
         for (Vector const& p : points) share[cellOf(p)] += 1.0 / 400.0;
 
         Buckets buckets;
@@ -45,7 +46,9 @@ TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
         for (int i = 0; i < draws; ++i) {
             buckets.getDataRandomSample(sample, 1);
             drawn[cellOf(sample[0])] += 1.0 / draws;
+            seen.insert(sample[0][0]);
         }
+        EXPECT_EQ(seen.size(), points.size()) << "every point of a cell has its chance";
         for (auto const& [cell, p] : share)  // five standard errors and the generator's step
             EXPECT_NEAR(drawn[cell], p, 5.0 * std::sqrt(p / draws) + 1e-4);
 
