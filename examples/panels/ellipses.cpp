@@ -117,7 +117,7 @@ Panel ellipsesPanel(std::string const& pointFile)
     first.setDataColl(coins.front().edge);
     if (!first.estim()) throw std::runtime_error(pointFile + ": no ellipse was found");
     auto const axis = [&first](int k) {
-        auto const f = [k](Vector const& conic) { return axesOf(conic)[k]; };
+        auto const f = [k](Vector const& conic) { return axesOf(conic)(k, 1).length(); };
         Vector const& conic = first.getEstimParams();
         return measured(f(conic), uncertainty(f, conic, first.getEstimCov()), "px");
     };
