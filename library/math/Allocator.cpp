@@ -1,6 +1,8 @@
 #include "math/Allocator.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace {
@@ -17,21 +19,23 @@ constexpr bool keepsBlocks = true;
 constexpr bool keepsBlocks = true;
 #endif
 
-thread_local bool threadHasEnded = false;
-
 }  // namespace
 
-constinit __thread Allocator* Allocator::_kept[large + 1] = {};
+constinit __thread Allocator* Allocator::_kept[] = {};
+constinit __thread bool Allocator::_mayStart[] = {};
 
-// Gives what a thread keeps back to the heap when it ends. Containers that die later still, those
-// with static storage, keep nothing.
-struct Allocator::ThreadEnd {
-    ThreadEnd() = default;
-    ThreadEnd(ThreadEnd const&) = delete;
-    ThreadEnd& operator=(ThreadEnd const&) = delete;
-    ~ThreadEnd()
+// A thread's lists are open during the life of its one object of this class. Containers that die
+// later still, those with static storage, find them closed and give their blocks to the heap.
+struct Allocator::OpenLists {
+    OpenLists()
     {
-        threadHasEnded = true;
+        if (keepsBlocks) std::fill(&_mayStart[notMade + 1], &_mayStart[large], true);
+    }
+    OpenLists(OpenLists const&) = delete;
+    OpenLists& operator=(OpenLists const&) = delete;
+    ~OpenLists()
+    {
+        std::fill(std::begin(_mayStart), std::end(_mayStart), false);
         for (Allocator*& first : _kept) {
             while (first != nullptr) {
                 Allocator* const last = first;
@@ -93,21 +97,11 @@ Allocator* Allocator::getOwnCopy()
     return own;
 }
 
-void Allocator::releaseLast()
+void Allocator::releaseToHeap()
 {
-    if (mayStartList())
-        keepBefore(nullptr, 1);
-    else
-        decrement();
-}
-
-bool Allocator::mayStartList() const
-{
-    bool const isEmpty = _kept[_list] == nullptr;  // else it is full
-    if (!keepsBlocks || !isEmpty || _list == large || threadHasEnded) return false;
-    thread_local ThreadEnd const end;
-    static_cast<void>(end);
-    return true;
+    thread_local OpenLists const open;  // from the first release on
+    static_cast<void>(open);
+    decrement();
 }
 
 void Allocator::goingAway()

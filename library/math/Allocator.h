@@ -54,7 +54,7 @@ public:
 
 private:
     template <class T> friend class TVector;
-    struct ThreadEnd;
+    struct OpenLists;
 
     // What a thread keeps: a list for each number of doubles. In an Allocator that is kept, `_data`
     // leads to the next one and `_size` is the length of the list from there on. Large ones, and
@@ -72,6 +72,7 @@ private:
     // Of all thread-local storage, only this kind needs no call for an access. It suits the few
     // bytes here also in a library that a program loads late.
     static __thread Allocator* _kept[large + 1] __attribute__((tls_model("initial-exec")));
+    static __thread bool _mayStart[large + 1] __attribute__((tls_model("initial-exec")));
 
     // For containers, as are the next two: object and buffer in one heap block.
     static Allocator* make(unsigned int size)
@@ -94,24 +95,19 @@ private:
             return;
         }
         Allocator* const next = _kept[_list];
-        if (next != nullptr && next->_size < maxKept)
-            keepBefore(next, next->_size + 1);
-        else
-            releaseLast();
+        if (next != nullptr ? next->_size < maxKept : _mayStart[_list]) {
+            _size = next != nullptr ? next->_size + 1 : 1;
+            _data = next;
+            _kept[_list] = this;
+        } else {
+            releaseToHeap();
+        }
     }
 
     bool isShared() const { return _count > 1; }
 
-    void keepBefore(Allocator* next, unsigned int length)
-    {
-        _data = next;
-        _size = length;
-        _kept[_list] = this;
-    }
-
     static Allocator* makeOnHeap(unsigned int size);
-    void releaseLast();
-    bool mayStartList() const;
+    void releaseToHeap();
     void goingAway() override;
 
 protected:

@@ -34,7 +34,7 @@ public:
     template <class R, class C, measuremath::IfIndex<R, C> = 0>
     explicit Matrix(R rows, C cols, InitValueType t = ZERO) : TArray<double>(rows, cols)
     {
-        initValue(t);
+        if (t != NO_INIT) initValue(t);
     }
 
     /// Copy of `rows` · `cols` values, row after row.

@@ -3,6 +3,8 @@
 #include "math/Rotation.h"
 #include "math/internal/FixedSize.h"
 
+#include <utility>
+
 MatrixR::MatrixR() : Matrix(3, 3, IDENTITY) {}
 
 MatrixR::MatrixR(double const* p) : Matrix(p, 3, 3) {}
@@ -10,6 +12,12 @@ MatrixR::MatrixR(double const* p) : Matrix(p, 3, 3) {}
 MatrixR::MatrixR(Matrix const& m) : Matrix(m)
 {
     measuremath::requireDimensions(m, 3, 3);
+}
+
+MatrixR::MatrixR(Matrix&& m)
+{
+    measuremath::requireDimensions(m, 3, 3);
+    Matrix::operator=(std::move(m));
 }
 
 MatrixR::MatrixR(Quaternion const& q) : Matrix(3, 3)

@@ -16,8 +16,10 @@ public:
     /// Copy of nine elements, row after row.
     explicit MatrixR(double const* p);
 
-    /// Shares the buffer of `m`. @throws MathError "Bad matrix dimesions" unless m is 3 × 3.
+    /// Shares the buffer of `m`, or takes over that of a temporary.
+    /// @throws MathError "Bad matrix dimesions" unless m is 3 × 3; m keeps its buffer then.
     MatrixR(Matrix const& m);
+    MatrixR(Matrix&& m);  ///< @copydoc MatrixR(Matrix const&)
 
     /// @name The matrix of another form
     /// @{

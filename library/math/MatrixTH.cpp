@@ -95,6 +95,12 @@ MatrixTH::MatrixTH(Matrix const& m) : Matrix(m)
     measuremath::requireDimensions(m, 4, 4);
 }
 
+MatrixTH::MatrixTH(Matrix&& m)
+{
+    measuremath::requireDimensions(m, 4, 4);
+    Matrix::operator=(std::move(m));
+}
+
 MatrixTH::MatrixTH(double e0, double e1, double e2, double tx, double ty, double tz)
     : MatrixTH(Euler(e0, e1, e2), Vector::of({tx, ty, tz}))
 {

@@ -15,8 +15,10 @@ public:
     /// Copy of sixteen elements, row after row.
     explicit MatrixTH(double const* p);
 
-    /// Shares the buffer of `m`. @throws MathError "Bad matrix dimesions" unless m is 4 × 4.
+    /// Shares the buffer of `m`, or takes over that of a temporary.
+    /// @throws MathError "Bad matrix dimesions" unless m is 4 × 4; m keeps its buffer then.
     MatrixTH(Matrix const& m);
+    MatrixTH(Matrix&& m);  ///< @copydoc MatrixTH(Matrix const&)
 
     /// Rotation by the Euler angles (e0, e1, e2), translation (tx, ty, tz).
     MatrixTH(double e0, double e1, double e2, double tx, double ty, double tz);

@@ -2,6 +2,15 @@
 
 #include <cstddef>
 
+/// Whether small blocks are kept for reuse; with an address sanitizer each comes from the heap.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool keepsSmallBlocks = false;
+#elif defined(__has_feature)
+inline constexpr bool keepsSmallBlocks = !__has_feature(address_sanitizer);
+#else
+inline constexpr bool keepsSmallBlocks = true;
+#endif
+
 /// Counts the heap blocks taken through `operator new` since it was made, in the whole program.
 class HeapCounter {
 public:
