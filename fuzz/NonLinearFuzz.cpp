@@ -67,7 +67,8 @@ void checkMinimum(LMSolver const& solver, Residuals const& f)
     if (f.A.getRow() < f.A.getCol()) return;
     SVDSolver linear;
     linear.solve(f.A, f.b);
-    check(solver.getRMSAfter() <= linear.getRMS() + tolerance * f.b.length());
+    double const size = f.b.length() + solver.getRMSBefore();
+    check(solver.getRMSAfter() <= linear.getRMS() + tolerance * size);
 }
 
 void leastSquares(FuzzInput& input)

@@ -2,10 +2,13 @@
 # Builds the fuzz targets and runs them from their seeds, two at a time; a crash, a hang, a leak or
 # a property that does not hold fails the run and leaves the input beside the log.
 # Usage: scripts/fuzz.sh [seconds for each target] [target...], by default 20 and all targets.
+# Up to 20 seconds repeat the same search, so that a change fails by its own faults; longer runs
+# search anew.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-20}
+export seed=$((seconds <= 20))
 targets=("${@:2}")
 if ((${#targets[@]} == 0)); then
     mapfile -t targets < <(basename -s Fuzz.cpp fuzz/*Fuzz.cpp)
@@ -20,7 +23,7 @@ run() {
     local target=$1 seconds=$2 output=build/fuzz/runs/$1
     mkdir -p "build/fuzz/corpus/$target" "$output"
     build/fuzz/fuzz/fuzz-"$target" "build/fuzz/corpus/$target" "fuzz/corpus/$target" \
-        -max_total_time="$seconds" -timeout=5 -rss_limit_mb=1024 -max_len=512 \
+        -seed="$seed" -max_total_time="$seconds" -timeout=5 -rss_limit_mb=1024 -max_len=512 \
         -artifact_prefix="$output/" -print_final_stats=1 >"$output/log" 2>&1 || {
         echo "$target failed, see $output"
         grep -E 'does not hold|runtime error|ERROR|SUMMARY|Test unit' "$output/log"
