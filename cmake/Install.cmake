@@ -52,8 +52,14 @@ install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documen
 
 if(MEASUREMATH_BUILD_EXAMPLES)
     install(TARGETS measuremath-demo RUNTIME COMPONENT demonstration)
-    install(FILES packaging/measuremath-demo.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
-        COMPONENT demonstration)
+    set(manual ${PROJECT_SOURCE_DIR}/packaging/measuremath-demo.1)
+    if(MEASUREMATH_PACKAGES)  # Debian asks for compressed ones
+        file(COPY ${manual} DESTINATION ${PROJECT_BINARY_DIR}/packaging)
+        execute_process(COMMAND gzip -9nf measuremath-demo.1
+            WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/packaging COMMAND_ERROR_IS_FATAL ANY)
+        set(manual ${PROJECT_BINARY_DIR}/packaging/measuremath-demo.1.gz)
+    endif()
+    install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT demonstration)
     install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/data
         COMPONENT demonstration FILES_MATCHING PATTERN *.csv PATTERN README.md)
 endif()
