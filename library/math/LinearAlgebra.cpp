@@ -79,15 +79,19 @@ bool factorPositiveDefinite(Matrix& A)
     return true;
 }
 
-bool haveOrthonormalRows(Matrix const& Z)
+// Of eigenvectors in rows, those whose eigenvalue is nothing but rounding, against all.
+bool areNullVectorsOrthonormal(Matrix const& Z, Vector const& eigenValues)
 {
     int const n = Z.getRow();
     double const tolerance = 64.0 * n * measuremath::machineEpsilon;
-    for (int i = 0; i < n; ++i)
-        for (int j = 0; j <= i; ++j) {
+    double const largest = std::max(std::abs(eigenValues[0]), std::abs(eigenValues[n - 1]));
+    for (int i = 0; i < n; ++i) {
+        if (std::abs(eigenValues[i]) > tolerance * largest) continue;
+        for (int j = 0; j < n; ++j) {
             double const product = measuremath::dot(Z[i], Z[j], static_cast<std::size_t>(n));
             if (!(std::abs(product - (i == j ? 1.0 : 0.0)) <= tolerance)) return false;
         }
+    }
     return true;
 }
 
@@ -111,7 +115,8 @@ bool diagonalise(Matrix const& A, Vector& eigenValues, Matrix& eigenVectors)
         TVector<int> iwork(liwork);
         return lapack::syevr('L', n, a, n, w, z, n, isuppz, work, lwork, iwork.data(), liwork);
     });
-    if (n < 3 || info != 0 || haveOrthonormalRows(eigenVectors)) return info == 0;
+    if (n < 3 || info != 0 || areNullVectorsOrthonormal(eigenVectors, eigenValues))
+        return info == 0;
 
     eigenVectors.initMatrix(original);
     // No memory is asked for once the results are being written: `copy` serves as the workspace.
