@@ -18,14 +18,29 @@
 namespace {
 
 // Element (i, j) of a matrix of any of the libraries.
-double& element(Matrix& m, int i, int j) { return m[i][j]; }
-double element(Matrix const& m, int i, int j) { return m[i][j]; }
+double& element(Matrix& m, int i, int j)
+{
+    return m[i][j];
+}
+double element(Matrix const& m, int i, int j)
+{
+    return m[i][j];
+}
 #ifdef MEASUREMATH_HAVE_EIGEN
-template <class M> double& element(Eigen::MatrixBase<M>& m, int i, int j) { return m(i, j); }
-template <class M> double element(Eigen::MatrixBase<M> const& m, int i, int j) { return m(i, j); }
+template <class M>
+double& element(Eigen::MatrixBase<M>& m, int i, int j)
+{
+    return m(i, j);
+}
+template <class M>
+double element(Eigen::MatrixBase<M> const& m, int i, int j)
+{
+    return m(i, j);
+}
 #endif
 
-template <class M> M randomMatrix(int n, unsigned int seed)
+template <class M>
+M randomMatrix(int n, unsigned int seed)
 {
     std::mt19937 generator(seed);
     std::uniform_real_distribution<double> uniform(-1.0, 1.0);
@@ -36,14 +51,16 @@ template <class M> M randomMatrix(int n, unsigned int seed)
 }
 
 // The last element of the product is the one that a loop cut short would miss.
-template <class M> bool isProduct(M const& c, M const& a, M const& b, int n)
+template <class M>
+bool isProduct(M const& c, M const& a, M const& b, int n)
 {
     double sum = 0.0;
     for (int k = 0; k < n; ++k) sum += element(a, n - 1, k) * element(b, k, n - 1);
     return std::abs(element(c, n - 1, n - 1) - sum) <= 1e-15 * n * n;
 }
 
-template <class M> void product(benchmark::State& state)
+template <class M>
+void product(benchmark::State& state)
 {
     int const n = static_cast<int>(state.range(0));
     M const a = randomMatrix<M>(n, 1);
@@ -73,10 +90,14 @@ void dgemm(benchmark::State& state)
     requireRight(isProduct(c, a, b, n), state);
 }
 
-double stepAngle(std::int64_t i) { return 0.001 * static_cast<double>(i % 17); }
+double stepAngle(std::int64_t i)
+{
+    return 0.001 * static_cast<double>(i % 17);
+}
 
 // A small turn about z and a small shift.
-template <class M> M makeStep(std::int64_t i)
+template <class M>
+M makeStep(std::int64_t i)
 {
     M step(4, 4);
     for (int r = 0; r < 4; ++r)
@@ -89,7 +110,8 @@ template <class M> M makeStep(std::int64_t i)
 }
 
 // The pose after many steps, each the product of 4 × 4 matrices.
-template <class M> void compose(benchmark::State& state)
+template <class M>
+void compose(benchmark::State& state)
 {
     std::vector<M> steps;
     double turn = 0.0;

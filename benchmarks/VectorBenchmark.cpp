@@ -21,13 +21,15 @@ namespace {
 
 using Plain = std::array<double, 3>;
 
-template <class V> struct Operands {
+template <class V>
+struct Operands {
     V a, b, c, d;
     double s, t;
 };
 
 // The same numbers for every kind of vector.
-template <class V> std::vector<Operands<V>> makeOperands(std::int64_t count)
+template <class V>
+std::vector<Operands<V>> makeOperands(std::int64_t count)
 {
     std::mt19937 generator(1);
     std::uniform_real_distribution<double> uniform(1.0, 2.0);
@@ -42,25 +44,38 @@ template <class V> std::vector<Operands<V>> makeOperands(std::int64_t count)
     return all;
 }
 
-Vector cross(Vector const& a, Vector const& b) { return a.cross(b); }
-double norm(Vector const& a) { return a.length(); }
+Vector cross(Vector const& a, Vector const& b)
+{
+    return a.cross(b);
+}
+double norm(Vector const& a)
+{
+    return a.length();
+}
 
 #ifdef MEASUREMATH_HAVE_EIGEN
-template <class A> auto cross(Eigen::MatrixBase<A> const& a, Eigen::MatrixBase<A> const& b)
+template <class A>
+auto cross(Eigen::MatrixBase<A> const& a, Eigen::MatrixBase<A> const& b)
 {
     return a.template head<3>().cross(b.template head<3>());
 }
-template <class A> double norm(Eigen::MatrixBase<A> const& a) { return a.norm(); }
+template <class A>
+double norm(Eigen::MatrixBase<A> const& a)
+{
+    return a.norm();
+}
 #endif
 
 // One expression, which expression templates evaluate in one pass.
 struct Expression {
-    template <class V> static V of(Operands<V> const& o)
+    template <class V>
+    static V of(Operands<V> const& o)
     {
         return o.a + o.s * o.b - cross(o.c, o.d) / o.t;
     }
 
-    template <class V> static Plain expected(Operands<V> const& o)
+    template <class V>
+    static Plain expected(Operands<V> const& o)
     {
         Plain w;
         for (int i = 0; i < 3; ++i) {
@@ -74,7 +89,8 @@ struct Expression {
 // The foot of c on the line through a and b, moved along the normal of a, b and c: the named steps
 // of user code, each a vector of its own.
 struct Chain {
-    template <class V> static V of(Operands<V> const& o)
+    template <class V>
+    static V of(Operands<V> const& o)
     {
         V const direction = o.b - o.a;
         V const unit = direction / norm(direction);
@@ -84,7 +100,8 @@ struct Chain {
         return foot + o.s * normal - o.d / o.t;
     }
 
-    template <class V> static Plain expected(Operands<V> const& o)
+    template <class V>
+    static Plain expected(Operands<V> const& o)
     {
         Plain unit, arm, result;
         for (int i = 0; i < 3; ++i) {
@@ -103,14 +120,16 @@ struct Chain {
     }
 };
 
-template <class Work, class V> void evaluate(benchmark::State& state)
+template <class Work, class V>
+void evaluate(benchmark::State& state)
 {
     std::vector<Operands<V>> const operands = makeOperands<V>(state.range(0));
     for (Operands<V> const& o : operands) {
         V const actual = Work::of(o);
         Plain const expected = Work::expected(o);
         for (int i = 0; i < 3; ++i)
-            requireRight(std::abs(actual[i] - expected[i]) < 4e-14, state);  // 20 roundings of terms below 10
+            requireRight(std::abs(actual[i] - expected[i]) < 4e-14,
+                         state);  // 20 roundings of terms below 10
     }
     for (auto _ : state)
         for (Operands<V> const& o : operands) benchmark::DoNotOptimize(Work::of(o));
@@ -166,7 +185,8 @@ void sumThroughPointer(benchmark::State& state)
 }
 
 // Through `V const&` an index only reads; through `V&` it asks each time who else holds the buffer.
-template <class V> void sumThroughIndex(benchmark::State& state)
+template <class V>
+void sumThroughIndex(benchmark::State& state)
 {
     Vector vector = counting(state);
     V& v = vector;
@@ -181,7 +201,8 @@ template <class V> void sumThroughIndex(benchmark::State& state)
 }
 
 // A collection of points, filled and freed.
-template <class Collection> void fillAndFree(benchmark::State& state, Collection fill)
+template <class Collection>
+void fillAndFree(benchmark::State& state, Collection fill)
 {
     double sum = 0.0;
     for (auto _ : state) {
@@ -191,7 +212,8 @@ template <class Collection> void fillAndFree(benchmark::State& state, Collection
     requireRight(sum == static_cast<double>(state.range(0) + 1), state);
 }
 
-template <class Point, class Make> std::vector<Point> collection(std::size_t n, Make make)
+template <class Point, class Make>
+std::vector<Point> collection(std::size_t n, Make make)
 {
     std::vector<Point> points;
     points.reserve(n);

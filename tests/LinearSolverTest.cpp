@@ -24,7 +24,7 @@ struct Shape {
     int rows;
     int cols;
 };
-constexpr Shape shapes[] = {{3, 0},  {1, 1},  {4, 4},   {5, 4},  {63, 2},
+constexpr Shape shapes[] = {{3, 0},  {1, 1},  {4, 4},   {5, 4},   {63, 2},
                             {64, 2}, {65, 2}, {500, 1}, {200, 6}, {2500, 3}};
 
 // Regressions of the Statistical Reference Datasets, National Institute of Standards and Technology,

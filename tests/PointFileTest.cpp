@@ -15,7 +15,8 @@ std::vector<Vector> pointsOf(std::string const& text)
 TEST(PointFile, ReadsTheUsualForms)
 {
     for (char const* const text :
-         {"1,2,3\n4,5,-6e1\n", "# comment\nx,y,z\r\n1, 2, 3\r\n\r\n4;5;-60;9\r\n", "1 2\t3\n4 5 -60"}) {
+         {"1,2,3\n4,5,-6e1\n", "# comment\nx,y,z\r\n1, 2, 3\r\n\r\n4;5;-60;9\r\n",
+          "1 2\t3\n4 5 -60"}) {
         std::vector<Vector> const points = pointsOf(text);
         ASSERT_EQ(points.size(), 2U) << text;
         EXPECT_TRUE(points[0] == Vector::of({1, 2, 3}));

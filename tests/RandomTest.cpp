@@ -43,7 +43,8 @@ TEST(Random, FollowsTheDrawsOfTheStandardGenerator)
         }
     }
     EXPECT_GT(ends, 0) << "the upper end is reachable";
-    for (int const r : drawsOf(43, 1000)) EXPECT_NEAR(vaUnif(2.5), (r / 32767.0 - 0.5) * 5.0, 1e-15);
+    for (int const r : drawsOf(43, 1000))
+        EXPECT_NEAR(vaUnif(2.5), (r / 32767.0 - 0.5) * 5.0, 1e-15);
 }
 
 TEST(Random, SeedsRepeat)
@@ -65,7 +66,8 @@ TEST(Random, IntegersStayInTheirHalfOpenRange)
     struct Range {
         int a, b;
     };
-    for (Range const range : {Range{0, 10}, Range{-7, 3}, Range{5, 6}, Range{-2000000000, 2000000000}}) {
+    for (Range const range :
+         {Range{0, 10}, Range{-7, 3}, Range{5, 6}, Range{-2000000000, 2000000000}}) {
         int lowest = range.b;
         int highest = range.a;
         for (int const r : drawsOf(7, 20000)) {

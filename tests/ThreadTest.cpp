@@ -62,8 +62,8 @@ double work(unsigned int seed)
             for (int j = 0; j < 6; ++j)
                 grid.setCell(i, j, CellType{.cost = random.uniform(0.0, 1.0)});
         grid.solve();
-        result += S[3] + T.mapPoint(random.vector(3))[0] + fittedRate(random) +
-                  curveEnds(random) + grid.getCell(0, 0).cost;
+        result += S[3] + T.mapPoint(random.vector(3))[0] + fittedRate(random) + curveEnds(random) +
+                  grid.getCell(0, 0).cost;
         EXPECT_THROW(random.vector(3) + random.vector(4), MathError);
     }
     return result;

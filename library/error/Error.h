@@ -28,14 +28,14 @@ public:
     /// A logger or an appender that throws is ignored, so that the error itself gets through.
     Error(int line, char const* file, std::string const& message, log4cplus::Logger* logger,
           int logLevel);
-    Error(Error const& other) noexcept;  ///< Copies the other.
+    Error(Error const& other) noexcept;             ///< Copies the other.
     Error& operator=(Error const& other) noexcept;  ///< Takes over the contents of the other.
     ~Error() override;
 
     /// The message, valid as long as this error or a copy of it lives.
     char const* what() const noexcept override;
 
-    int getLine() const noexcept;  ///< Line of the throw site.
+    int getLine() const noexcept;          ///< Line of the throw site.
     char const* getFile() const noexcept;  ///< Source file of the throw site.
 
 protected:

@@ -10,11 +10,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool keepsBlocks = false;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool keepsBlocks = false;
-#else
-constexpr bool keepsBlocks = true;
-#endif
+constexpr bool keepsBlocks = !__has_feature(address_sanitizer);
 #else
 constexpr bool keepsBlocks = true;
 #endif

@@ -3,7 +3,8 @@
 #include "math/Export.h"
 #include "pointer/MReferenceCounter.h"
 
-template <class T> class TVector;
+template <class T>
+class TVector;
 
 /// Shared, reference-counted byte buffer behind every array, vector and matrix.
 ///
@@ -53,7 +54,8 @@ public:
     Allocator* getOwnCopy();
 
 private:
-    template <class T> friend class TVector;
+    template <class T>
+    friend class TVector;
     struct OpenLists;
 
     // What a thread keeps: a list for each number of doubles. In an Allocator that is kept, `_data`

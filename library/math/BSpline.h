@@ -56,7 +56,7 @@ public:
     static constexpr double eps = 1e-05;
 
     BSpline() = default;
-    BSpline(BSpline const& other) = default;  ///< Copies the other.
+    BSpline(BSpline const& other) = default;             ///< Copies the other.
     BSpline& operator=(BSpline const& other) = default;  ///< Takes over the contents of the other.
     virtual ~BSpline() = default;
 
@@ -244,10 +244,10 @@ protected:
     /// @name Powers of u for derived classes: P[r] = d^n/du^n u^r, with n = 0 to 3
     /// @throws MathError "Size Error on param powers vector" unless P has k elements.
     /// @{
-    void computeParamPowers(double u, Vector& P) const;  ///< The powers themselves.
-    void computeDerivatedParamPowers(double u, Vector& P) const;  ///< First derivatives.
+    void computeParamPowers(double u, Vector& P) const;                 ///< The powers themselves.
+    void computeDerivatedParamPowers(double u, Vector& P) const;        ///< First derivatives.
     void computeSecondDerivatedParamPowers(double u, Vector& P) const;  ///< Second derivatives.
-    void computeThirdDerivatedParamPowers(double u, Vector& P) const;  ///< Third derivatives.
+    void computeThirdDerivatedParamPowers(double u, Vector& P) const;   ///< Third derivatives.
     /// @}
 
     /// P[r] = r! / (r - n)! · w_r for r >= n, 0 below, with w_n = 1 and w_{r+1} the integer part of

@@ -43,7 +43,7 @@ class MEASUREMATH_API CostFun {
 public:
     /// Without dimensions, with analytic derivatives.
     CostFun() = default;
-    CostFun(CostFun const&) = default;  ///< Copies the other.
+    CostFun(CostFun const&) = default;             ///< Copies the other.
     CostFun& operator=(CostFun const&) = default;  ///< Takes over the contents of the other.
     virtual ~CostFun() = default;
 

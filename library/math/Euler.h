@@ -22,8 +22,8 @@ public:
 
     /// @name The angles of another form, as `matrixToEuler` chooses them
     /// @{
-    Euler(MatrixR const& R);  ///< From a rotation matrix.
-    Euler(VectorR const& r);  ///< From a rotation vector.
+    Euler(MatrixR const& R);     ///< From a rotation matrix.
+    Euler(VectorR const& r);     ///< From a rotation vector.
     Euler(Quaternion const& q);  ///< From a quaternion.
     /// @}
 

@@ -50,7 +50,7 @@ public:
     using CallBackFcn = bool (*)(LMSolver const&);
 
     LMSolver();
-    LMSolver(LMSolver const&) = default;  ///< Copies the other.
+    LMSolver(LMSolver const&) = default;             ///< Copies the other.
     LMSolver& operator=(LMSolver const&) = default;  ///< Takes over the contents of the other.
     virtual ~LMSolver() = default;
 
@@ -124,10 +124,10 @@ public:
 
     /// @name RMS and standard error of unit weight (CostFun) at the start and at the solution
     /// @{
-    double getRMSBefore() const { return whenSolved(_rmsBefore); }  ///< RMS at the start.
+    double getRMSBefore() const { return whenSolved(_rmsBefore); }    ///< RMS at the start.
     double getSEUWBefore() const { return whenSolved(_seuwBefore); }  ///< SEUW at the start.
-    double getRMSAfter() const { return whenSolved(_rmsAfter); }  ///< RMS at the solution.
-    double getSEUWAfter() const { return whenSolved(_seuwAfter); }  ///< SEUW at the solution.
+    double getRMSAfter() const { return whenSolved(_rmsAfter); }      ///< RMS at the solution.
+    double getSEUWAfter() const { return whenSolved(_seuwAfter); }    ///< SEUW at the solution.
     /// @}
 
     /// Number of Jacobian evaluations so far. @throws MathError "Call solve before use" unless
@@ -143,26 +143,26 @@ protected:
     void resetOptimFlag();
     OptimFlag getOptimFlag() const { return _optimFlag; }  ///< Where the solver stands.
 
-    CostFun* _costFun = nullptr;  ///< Not owned.
-    Vector _vecSol;               ///< The start, the current vector, then the solution.
-    Matrix _cov;  ///< What `getCov` returns.
-    unsigned int _nbIter = 0;  ///< Evaluations so far.
-    double _jacCond = -1.0;  ///< What `getJacCond` returns.
-    unsigned int _jacRank = 0;  ///< What `getJacRank` returns.
-    std::string _endReason;  ///< What `getEndReason` returns.
-    EndFlag _endFlag = ErrorEnd;  ///< What `getEndFlag` returns.
-    double _curRMS = -1.0;  ///< RMS of the current iteration.
+    CostFun* _costFun = nullptr;         ///< Not owned.
+    Vector _vecSol;                      ///< The start, the current vector, then the solution.
+    Matrix _cov;                         ///< What `getCov` returns.
+    unsigned int _nbIter = 0;            ///< Evaluations so far.
+    double _jacCond = -1.0;              ///< What `getJacCond` returns.
+    unsigned int _jacRank = 0;           ///< What `getJacRank` returns.
+    std::string _endReason;              ///< What `getEndReason` returns.
+    EndFlag _endFlag = ErrorEnd;         ///< What `getEndFlag` returns.
+    double _curRMS = -1.0;               ///< RMS of the current iteration.
     CallBackFcn _callBackFcn = nullptr;  ///< The callback, or null.
-    void* _callBackArg = nullptr;  ///< Not owned.
-    bool _continue = true;         ///< Last answer of the callback.
-    double _rmsBefore = 0.0;  ///< RMS at the start.
-    double _seuwBefore = 0.0;  ///< SEUW at the start.
-    double _rmsAfter = 0.0;  ///< RMS at the solution.
-    double _seuwAfter = 0.0;  ///< SEUW at the solution.
-    unsigned int _nbMaxIter = 0;  ///< Limit of evaluations.
-    bool _nbMaxIterSet = false;  ///< The limit was set by the user.
-    double _tolerance;  ///< Relative tolerance.
-    OptimFlag _optimFlag = NotReady;  ///< Where the solver stands.
+    void* _callBackArg = nullptr;        ///< Not owned.
+    bool _continue = true;               ///< Last answer of the callback.
+    double _rmsBefore = 0.0;             ///< RMS at the start.
+    double _seuwBefore = 0.0;            ///< SEUW at the start.
+    double _rmsAfter = 0.0;              ///< RMS at the solution.
+    double _seuwAfter = 0.0;             ///< SEUW at the solution.
+    unsigned int _nbMaxIter = 0;         ///< Limit of evaluations.
+    bool _nbMaxIterSet = false;          ///< The limit was set by the user.
+    double _tolerance;                   ///< Relative tolerance.
+    OptimFlag _optimFlag = NotReady;     ///< Where the solver stands.
 
 private:
     template <class T>

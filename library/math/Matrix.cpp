@@ -107,7 +107,8 @@ void Matrix::overwriteBlock(int r0, int c0, Matrix const& block)
         std::copy_n(in, source.getCol(), out);
 }
 
-template <class Op> Matrix Matrix::combined(Matrix const& b, Op op) const
+template <class Op>
+Matrix Matrix::combined(Matrix const& b, Op op) const
 {
     requireSameDimensions(*this, b);
     Matrix result(getRow(), getCol(), NO_INIT);
@@ -116,7 +117,8 @@ template <class Op> Matrix Matrix::combined(Matrix const& b, Op op) const
 }
 
 // `out` is this matrix or `b`.
-template <class Op> Matrix& Matrix::combineInto(Matrix& out, Matrix const& b, Op op) const
+template <class Op>
+Matrix& Matrix::combineInto(Matrix& out, Matrix const& b, Op op) const
 {
     requireSameDimensions(*this, b);
     double* const p = out.begin();
@@ -124,21 +126,57 @@ template <class Op> Matrix& Matrix::combineInto(Matrix& out, Matrix const& b, Op
     return out;
 }
 
-Matrix& Matrix::operator+=(Matrix const& b) { return combineInto(*this, b, std::plus<>()); }
-Matrix& Matrix::operator-=(Matrix const& b) { return combineInto(*this, b, std::minus<>()); }
+Matrix& Matrix::operator+=(Matrix const& b)
+{
+    return combineInto(*this, b, std::plus<>());
+}
+Matrix& Matrix::operator-=(Matrix const& b)
+{
+    return combineInto(*this, b, std::minus<>());
+}
 
-Matrix Matrix::operator+(Matrix const& b) const& { return combined(b, std::plus<>()); }
-Matrix Matrix::operator-(Matrix const& b) const& { return combined(b, std::minus<>()); }
-Matrix Matrix::operator-() const& { return combined(*this, measuremath::negated); }
+Matrix Matrix::operator+(Matrix const& b) const&
+{
+    return combined(b, std::plus<>());
+}
+Matrix Matrix::operator-(Matrix const& b) const&
+{
+    return combined(b, std::minus<>());
+}
+Matrix Matrix::operator-() const&
+{
+    return combined(*this, measuremath::negated);
+}
 
 // A temporary's buffer takes the result.
-Matrix Matrix::operator+(Matrix const& b) && { return std::move(*this += b); }
-Matrix Matrix::operator-(Matrix const& b) && { return std::move(*this -= b); }
-Matrix Matrix::operator+(Matrix&& b) const& { return std::move(combineInto(b, b, std::plus<>())); }
-Matrix Matrix::operator-(Matrix&& b) const& { return std::move(combineInto(b, b, std::minus<>())); }
-Matrix Matrix::operator+(Matrix&& b) && { return std::move(*this += b); }
-Matrix Matrix::operator-(Matrix&& b) && { return std::move(*this -= b); }
-Matrix Matrix::operator-() && { return std::move(combineInto(*this, *this, measuremath::negated)); }
+Matrix Matrix::operator+(Matrix const& b) &&
+{
+    return std::move(*this += b);
+}
+Matrix Matrix::operator-(Matrix const& b) &&
+{
+    return std::move(*this -= b);
+}
+Matrix Matrix::operator+(Matrix&& b) const&
+{
+    return std::move(combineInto(b, b, std::plus<>()));
+}
+Matrix Matrix::operator-(Matrix&& b) const&
+{
+    return std::move(combineInto(b, b, std::minus<>()));
+}
+Matrix Matrix::operator+(Matrix&& b) &&
+{
+    return std::move(*this += b);
+}
+Matrix Matrix::operator-(Matrix&& b) &&
+{
+    return std::move(*this -= b);
+}
+Matrix Matrix::operator-() &&
+{
+    return std::move(combineInto(*this, *this, measuremath::negated));
+}
 
 Matrix& Matrix::operator*=(double s)
 {
@@ -155,9 +193,18 @@ Matrix operator*(double s, Matrix const& m)
 {
     return s == 1.0 ? m : m.combined(m, measuremath::times(s));
 }
-Matrix operator*(double s, Matrix&& m) { return std::move(m *= s); }
-Matrix operator*(Matrix const& m, double s) { return s * m; }
-Matrix operator*(Matrix&& m, double s) { return std::move(m *= s); }
+Matrix operator*(double s, Matrix&& m)
+{
+    return std::move(m *= s);
+}
+Matrix operator*(Matrix const& m, double s)
+{
+    return s * m;
+}
+Matrix operator*(Matrix&& m, double s)
+{
+    return std::move(m *= s);
+}
 
 Matrix Matrix::operator*(Matrix const& b) const
 {
@@ -201,7 +248,10 @@ Matrix& Matrix::transposeMyself()
     return *this;
 }
 
-double Matrix::frobeniusNorm() const { return measuremath::norm(begin(), size()); }
+double Matrix::frobeniusNorm() const
+{
+    return measuremath::norm(begin(), size());
+}
 
 double Matrix::determinant3x3() const
 {
@@ -223,7 +273,10 @@ int Matrix::equals(Matrix const& m, double tol) const
     return 1;
 }
 
-int Matrix::operator==(Matrix const& m) const { return equals(m, 1e-15); }
+int Matrix::operator==(Matrix const& m) const
+{
+    return equals(m, 1e-15);
+}
 
 Matrix& Matrix::invert()
 {

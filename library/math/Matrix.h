@@ -71,14 +71,16 @@ public:
     /// @{
 
     /// Row `r`, copied. @throws MathError "Bad row indice"
-    template <class I, measuremath::IfIndex<I> = 0> Vector getRowVector(I r) const
+    template <class I, measuremath::IfIndex<I> = 0>
+    Vector getRowVector(I r) const
     {
         requireBelow(r, getRow(), "Bad row indice");
         return Vector((*this)[r], getCol());
     }
 
     /// Column `c`, copied. @throws MathError "Bad column indice"
-    template <class I, measuremath::IfIndex<I> = 0> Vector getColVector(I c) const
+    template <class I, measuremath::IfIndex<I> = 0>
+    Vector getColVector(I c) const
     {
         requireBelow(c, getCol(), "Bad column indice");
         return column(static_cast<int>(c));
@@ -86,7 +88,8 @@ public:
 
     /// Overwrites row `r` by `v`.
     /// @throws MathError "Bad row indice", then "Bad vector size" unless v has one element a column.
-    template <class I, measuremath::IfIndex<I> = 0> Matrix& setRowVector(I r, Vector const& v)
+    template <class I, measuremath::IfIndex<I> = 0>
+    Matrix& setRowVector(I r, Vector const& v)
     {
         requireBelow(r, getRow(), "Bad row indice");
         measuremath::require(v.getSize() == getCol(), "Bad vector size");
@@ -97,7 +100,8 @@ public:
     /// Overwrites column `c` by `v`.
     /// @throws MathError "Bad col indice" (not the getter's text), then "Bad vector size" unless v
     ///         has one element a row.
-    template <class I, measuremath::IfIndex<I> = 0> Matrix& setColVector(I c, Vector const& v)
+    template <class I, measuremath::IfIndex<I> = 0>
+    Matrix& setColVector(I c, Vector const& v)
     {
         requireBelow(c, getCol(), "Bad col indice");
         measuremath::require(v.getSize() == getRow(), "Bad vector size");
@@ -144,18 +148,18 @@ public:
     /// @name Element-wise arithmetic
     /// @throws MathError "Bad matrix dimensions" when the dimensions of two matrices differ.
     /// @{
-    Matrix& operator+=(Matrix const& b);  ///< Sum, in place.
-    Matrix& operator-=(Matrix const& b);  ///< Difference, in place.
+    Matrix& operator+=(Matrix const& b);       ///< Sum, in place.
+    Matrix& operator-=(Matrix const& b);       ///< Difference, in place.
     Matrix operator+(Matrix const& b) const&;  ///< Sum.
     Matrix operator-(Matrix const& b) const&;  ///< Difference.
-    Matrix operator+(Matrix const& b) &&;  ///< Sum.
-    Matrix operator-(Matrix const& b) &&;  ///< Difference.
-    Matrix operator+(Matrix&& b) const&;  ///< Sum.
-    Matrix operator-(Matrix&& b) const&;  ///< Difference.
-    Matrix operator+(Matrix&& b) &&;  ///< Sum.
-    Matrix operator-(Matrix&& b) &&;  ///< Difference.
-    Matrix operator-() const&;  ///< Every element negated.
-    Matrix operator-() &&;  ///< Every element negated.
+    Matrix operator+(Matrix const& b) &&;      ///< Sum.
+    Matrix operator-(Matrix const& b) &&;      ///< Difference.
+    Matrix operator+(Matrix&& b) const&;       ///< Sum.
+    Matrix operator-(Matrix&& b) const&;       ///< Difference.
+    Matrix operator+(Matrix&& b) &&;           ///< Sum.
+    Matrix operator-(Matrix&& b) &&;           ///< Difference.
+    Matrix operator-() const&;                 ///< Every element negated.
+    Matrix operator-() &&;                     ///< Every element negated.
     /// @}
 
     /// Every element times `s`. With s = 1 the buffer is not touched and stays shared.
@@ -211,17 +215,18 @@ protected:
     void initValue(InitValueType t);
 
 private:
-    template <class I> static void requireBelow(I i, int count, char const* message)
+    template <class I>
+    static void requireBelow(I i, int count, char const* message)
     {
         assert(measuremath::indexValue(i) >= 0);
         measuremath::require(measuremath::indexValue(i) < count, message);
     }
-    template <class S, class C> static void requireFit(S start, C count, int n)
+    template <class S, class C>
+    static void requireFit(S start, C count, int n)
     {
         assert(measuremath::indexValue(start) >= 0);
-        measuremath::require(
-            measuremath::indexValue(start) + measuremath::indexValue(count) <= n,
-            "Bad start indices");
+        measuremath::require(measuremath::indexValue(start) + measuremath::indexValue(count) <= n,
+                             "Bad start indices");
     }
 
     Vector column(int c) const;
@@ -229,8 +234,10 @@ private:
     void copyBlock(int r0, int c0, Matrix& block) const;
     void overwriteBlock(int r0, int c0, Matrix const& block);
 
-    template <class Op> Matrix combined(Matrix const& b, Op op) const;
-    template <class Op> Matrix& combineInto(Matrix& out, Matrix const& b, Op op) const;
+    template <class Op>
+    Matrix combined(Matrix const& b, Op op) const;
+    template <class Op>
+    Matrix& combineInto(Matrix& out, Matrix const& b, Op op) const;
 
     friend MEASUREMATH_API Matrix operator*(double s, Matrix const& m);
 };

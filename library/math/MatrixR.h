@@ -24,8 +24,8 @@ public:
     /// @name The matrix of another form
     /// @{
     MatrixR(Quaternion const& q);  ///< From a quaternion.
-    MatrixR(Euler const& e);  ///< From Euler angles.
-    MatrixR(VectorR const& r);  ///< From a rotation vector.
+    MatrixR(Euler const& e);       ///< From Euler angles.
+    MatrixR(VectorR const& r);     ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `other`.
@@ -38,12 +38,12 @@ public:
     /// A null rotation vector writes the diagonal only, as `vectToMatrix` does: start from an
     /// identity or assign `MatrixR(r)` where it may be null.
     /// @{
-    void init(Quaternion const& q);  ///< From a quaternion.
-    void init(Euler const& e);  ///< From Euler angles.
-    void init(VectorR const& r);  ///< From a rotation vector.
+    void init(Quaternion const& q);           ///< From a quaternion.
+    void init(Euler const& e);                ///< From Euler angles.
+    void init(VectorR const& r);              ///< From a rotation vector.
     MatrixR& operator=(Quaternion const& q);  ///< From a quaternion.
-    MatrixR& operator=(Euler const& e);  ///< From Euler angles.
-    MatrixR& operator=(VectorR const& r);  ///< From a rotation vector.
+    MatrixR& operator=(Euler const& e);       ///< From Euler angles.
+    MatrixR& operator=(VectorR const& r);     ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `m`.

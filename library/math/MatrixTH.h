@@ -26,10 +26,10 @@ public:
     /// @name Rotation R and translation t
     /// `t` must have three elements at least, which is not checked.
     /// @{
-    MatrixTH(MatrixR const& R, Vector const& t);  ///< From a rotation matrix.
-    MatrixTH(Euler const& R, Vector const& t);  ///< From Euler angles.
+    MatrixTH(MatrixR const& R, Vector const& t);     ///< From a rotation matrix.
+    MatrixTH(Euler const& R, Vector const& t);       ///< From Euler angles.
     MatrixTH(Quaternion const& R, Vector const& t);  ///< From a quaternion.
-    MatrixTH(VectorR const& R, Vector const& t);  ///< From a rotation vector.
+    MatrixTH(VectorR const& R, Vector const& t);     ///< From a rotation vector.
     /// @}
 
     /// Shares the buffer of `other`.

@@ -10,9 +10,15 @@ constexpr char const* badDataSize = "Invalid data vector size in collection";
 
 }  // namespace
 
-MeanEstimator::MeanEstimator() { init(1, 1); }
+MeanEstimator::MeanEstimator()
+{
+    init(1, 1);
+}
 
-void MeanEstimator::setDataSize(unsigned int d) { init(d, 1); }
+void MeanEstimator::setDataSize(unsigned int d)
+{
+    init(d, 1);
+}
 
 void MeanEstimator::setDataColl(std::vector<Vector> const& dataColl)
 {

@@ -11,9 +11,9 @@ void PCAAnalysis::computeAnalysis(unsigned int spaceSize, std::vector<Vector> co
     _cov = _principalVectors = Matrix(spaceSize, spaceSize);
     _analysisSuccess = true;
     if (!dataColl.empty()) {
-        measuremath::Moments const moments = measuremath::momentsOf(
-            dataColl.data(), dataColl.size(), static_cast<int>(spaceSize),
-            "Invalid Vector size, mismatched with spaceSize");
+        measuremath::Moments const moments =
+            measuremath::momentsOf(dataColl.data(), dataColl.size(), static_cast<int>(spaceSize),
+                                   "Invalid Vector size, mismatched with spaceSize");
         _mean = moments.mean;
         _cov = moments.covariance;
         _analysisSuccess = eigenValuesVectors(_cov, _principalValues, _principalVectors);

@@ -25,7 +25,7 @@ public:
     ///         array size" for a negative n.
     explicit Powell(int n);
 
-    Powell(Powell const&) = default;  ///< Copies the other.
+    Powell(Powell const&) = default;             ///< Copies the other.
     Powell& operator=(Powell const&) = default;  ///< Takes over the contents of the other.
     virtual ~Powell() = default;
 
@@ -62,16 +62,16 @@ public:
     double getRmsAfter() const { return _rmsAfter; }  ///< @copydoc getRmsBefore
 
 protected:
-    int _n = 0;  ///< Number of unknowns.
-    Vector _params;  ///< The start, then the solution.
+    int _n = 0;                               ///< Number of unknowns.
+    Vector _params;                           ///< The start, then the solution.
     double _maxNormValue = defaultTolerance;  ///< Relative tolerance on x.
-    int _nbIter = 0;  ///< Evaluations so far.
-    double _rmsBefore = 0.0;  ///< Norm of f at the start.
-    double _rmsAfter = 0.0;  ///< Norm of f at the solution.
-    std::vector<double> _work;  ///< `_lwa` elements.
-    std::vector<double> _fvec;  ///< Values of the n equations.
-    int _lwa = 0;  ///< Length of the work array.
-    int _info = 0;  ///< MINPACK's exit code.
+    int _nbIter = 0;                          ///< Evaluations so far.
+    double _rmsBefore = 0.0;                  ///< Norm of f at the start.
+    double _rmsAfter = 0.0;                   ///< Norm of f at the solution.
+    std::vector<double> _work;                ///< `_lwa` elements.
+    std::vector<double> _fvec;                ///< Values of the n equations.
+    int _lwa = 0;                             ///< Length of the work array.
+    int _info = 0;                            ///< MINPACK's exit code.
     int _iflag = 0;  ///< What the function gets in the two evaluations for the norms.
 
     /// `compute`, given how to evaluate at x and how to run MINPACK on x.

@@ -15,15 +15,17 @@ namespace measuremath {
 /// True for the types that count or index elements: every integer type, and enumerations that
 /// convert to one.
 template <class I>
-inline constexpr bool isIndex =
-    std::is_integral_v<I> || (std::is_enum_v<I> && std::is_convertible_v<I, int>);
+inline constexpr bool isIndex = std::is_integral_v<I> ||
+                                (std::is_enum_v<I> && std::is_convertible_v<I, int>);
 
 /// Admits a template only when all its arguments count or index.
-template <class... I> using IfIndex = std::enable_if_t<(isIndex<I> && ...), int>;
+template <class... I>
+using IfIndex = std::enable_if_t<(isIndex<I> && ...), int>;
 
 /// The value of an index of any integer type, signed or unsigned, in one type where comparisons
 /// and sums of two are exact. Values beyond 2^61, which no container reaches, are cut there.
-template <class I> constexpr long long indexValue(I i)
+template <class I>
+constexpr long long indexValue(I i)
 {
     constexpr long long limit = 1LL << 61;
     if constexpr (std::is_unsigned_v<I>) {
@@ -37,7 +39,8 @@ template <class I> constexpr long long indexValue(I i)
 }
 
 /// 0 <= i < n.
-template <class I> constexpr bool isInRange(I i, int n)
+template <class I>
+constexpr bool isInRange(I i, int n)
 {
     return indexValue(i) >= 0 && indexValue(i) < n;
 }
@@ -53,14 +56,15 @@ template <class I> constexpr bool isInRange(I i, int n)
 ///
 /// Instantiated for double (the base of `Vector`) and int. Every count and index may be of any
 /// integer type.
-template <class T> class TVector {
+template <class T>
+class TVector {
     static_assert(std::is_trivially_copyable_v<T>, "elements are copied as bytes");
 
 public:
-    using value_type = T;               ///< Element type, as of standard containers.
-    using size_type = unsigned int;     ///< Type of `size()`.
-    using iterator = T*;                ///< Non-const iterator.
-    using const_iterator = T const*;    ///< Const iterator.
+    using value_type = T;             ///< Element type, as of standard containers.
+    using size_type = unsigned int;   ///< Type of `size()`.
+    using iterator = T*;              ///< Non-const iterator.
+    using const_iterator = T const*;  ///< Const iterator.
 
     /// Empty: size 0, `begin()` is null.
     TVector() noexcept = default;
@@ -104,21 +108,20 @@ public:
     virtual ~TVector() { replaceAllocator(nullptr); }
 
     /// Number of elements.
-    unsigned int size() const
-    {
-        return byteSize() / static_cast<unsigned int>(sizeof(T));
-    }
+    unsigned int size() const { return byteSize() / static_cast<unsigned int>(sizeof(T)); }
     int getSize() const { return static_cast<int>(size()); }  ///< @copydoc size
     bool empty() const { return size() == 0; }                ///< True when there is no element.
 
     /// Element `i`, for writing or for reading. The index is not checked.
-    template <class I, measuremath::IfIndex<I> = 0> T& operator[](I i)
+    template <class I, measuremath::IfIndex<I> = 0>
+    T& operator[](I i)
     {
         assert(measuremath::isInRange(i, getSize()));
         return begin()[i];
     }
     /// For reading.
-    template <class I, measuremath::IfIndex<I> = 0> T const& operator[](I i) const
+    template <class I, measuremath::IfIndex<I> = 0>
+    T const& operator[](I i) const
     {
         assert(measuremath::isInRange(i, getSize()));
         return begin()[i];
@@ -164,7 +167,8 @@ public:
     /// size stays the same. With a null `src` the elements are left as they were, or, when the
     /// size changes, not initialised.
     /// @throws MathError "Invalid array size" when n is negative or n elements exceed 4 GiB.
-    template <class N, measuremath::IfIndex<N> = 0> void init(T const* src, N n)
+    template <class N, measuremath::IfIndex<N> = 0>
+    void init(T const* src, N n)
     {
         unsigned int const bytes = byteCount(n);
         if (_allocator == nullptr || byteSize() != bytes) {
@@ -205,7 +209,8 @@ private:
         _allocator = next;
     }
 
-    template <class N> static unsigned int byteCount(N n)
+    template <class N>
+    static unsigned int byteCount(N n)
     {
         constexpr int most = INT_MAX / static_cast<int>(sizeof(T)) * 2;
         measuremath::require(measuremath::isInRange(n, most), "Invalid array size");
@@ -218,7 +223,8 @@ private:
 /// Two-dimensional array over a `TVector`: element (r, c), row-major, at index r · columns + c.
 ///
 /// The number of elements always is rows · columns.
-template <class T> class TArray : public TVector<T> {
+template <class T>
+class TArray : public TVector<T> {
 public:
     /// 0 × 0.
     TArray() = default;
@@ -227,7 +233,8 @@ public:
     /// @throws MathError "Invalid array size" when a count is negative or the array exceeds 4 GiB.
     template <class R, class C, measuremath::IfIndex<R, C> = 0>
     TArray(R rows, C cols)
-        : TVector<T>(elementCount(rows, cols)), _nbRow(static_cast<int>(rows)),
+        : TVector<T>(elementCount(rows, cols)),
+          _nbRow(static_cast<int>(rows)),
           _nbCol(static_cast<int>(cols))
     {
     }
@@ -236,7 +243,8 @@ public:
     /// @throws MathError "Invalid array size" when a count is negative or the array exceeds 4 GiB.
     template <class R, class C, measuremath::IfIndex<R, C> = 0>
     TArray(T const* src, R rows, C cols)
-        : TVector<T>(src, elementCount(rows, cols)), _nbRow(static_cast<int>(rows)),
+        : TVector<T>(src, elementCount(rows, cols)),
+          _nbRow(static_cast<int>(rows)),
           _nbCol(static_cast<int>(cols))
     {
     }
@@ -246,7 +254,8 @@ public:
 
     /// Takes over the buffer of `other`, which is 0 × 0 afterwards.
     TArray(TArray&& other) noexcept
-        : TVector<T>(std::move(other)), _nbRow(std::exchange(other._nbRow, 0)),
+        : TVector<T>(std::move(other)),
+          _nbRow(std::exchange(other._nbRow, 0)),
           _nbCol(std::exchange(other._nbCol, 0))
     {
     }
@@ -270,20 +279,28 @@ public:
 
     int getRow() const { return _nbRow; }  ///< Number of rows.
     int getCol() const { return _nbCol; }  ///< Number of columns.
-    unsigned int getNbRow() const { return static_cast<unsigned int>(_nbRow); }  ///< Number of rows.
-    unsigned int getNbCol() const { return static_cast<unsigned int>(_nbCol); }  ///< Number of columns.
+    unsigned int getNbRow() const
+    {
+        return static_cast<unsigned int>(_nbRow);
+    }  ///< Number of rows.
+    unsigned int getNbCol() const
+    {
+        return static_cast<unsigned int>(_nbCol);
+    }  ///< Number of columns.
 
     operator T*() { return this->begin(); }              ///< First element, as `begin()`.
     operator T const*() const { return this->begin(); }  ///< First element, as `begin()`.
 
     /// First element of row `r`, for writing or for reading. The index is not checked.
-    template <class I, measuremath::IfIndex<I> = 0> T* operator[](I r)
+    template <class I, measuremath::IfIndex<I> = 0>
+    T* operator[](I r)
     {
         assert(measuremath::isInRange(r, _nbRow));
         return this->begin() + rowStart(r);
     }
     /// For reading.
-    template <class I, measuremath::IfIndex<I> = 0> T const* operator[](I r) const
+    template <class I, measuremath::IfIndex<I> = 0>
+    T const* operator[](I r) const
     {
         assert(measuremath::isInRange(r, _nbRow));
         return this->begin() + rowStart(r);
@@ -291,13 +308,15 @@ public:
 
     /// Element (r, c), checked in every build.
     /// @throws MathError "Invalid index value" when r or c is outside the array.
-    template <class R, class C, measuremath::IfIndex<R, C> = 0> T& at(R r, C c)
+    template <class R, class C, measuremath::IfIndex<R, C> = 0>
+    T& at(R r, C c)
     {
         requireInside(r, c);
         return (*this)[r][c];
     }
     /// For reading.
-    template <class R, class C, measuremath::IfIndex<R, C> = 0> T const& at(R r, C c) const
+    template <class R, class C, measuremath::IfIndex<R, C> = 0>
+    T const& at(R r, C c) const
     {
         requireInside(r, c);
         return (*this)[r][c];
@@ -318,7 +337,8 @@ public:
 
     /// Copies `rows` · `cols` elements from `src`, row after row, as `TVector::init` does.
     /// @throws MathError "Invalid array size" when a count is negative or the array exceeds 4 GiB.
-    template <class R, class C, measuremath::IfIndex<R, C> = 0> void init(T const* src, R rows, C cols)
+    template <class R, class C, measuremath::IfIndex<R, C> = 0>
+    void init(T const* src, R rows, C cols)
     {
         TVector<T>::init(src, elementCount(rows, cols));
         _nbRow = static_cast<int>(rows);
@@ -335,21 +355,25 @@ protected:
     }
 
 private:
-    template <class I> std::ptrdiff_t rowStart(I r) const
+    template <class I>
+    std::ptrdiff_t rowStart(I r) const
     {
         return static_cast<std::ptrdiff_t>(r) * _nbCol;
     }
 
-    template <class R, class C> void requireInside(R r, C c) const
+    template <class R, class C>
+    void requireInside(R r, C c) const
     {
         measuremath::require(measuremath::isInRange(r, _nbRow) && measuremath::isInRange(c, _nbCol),
                              "Invalid index value");
     }
 
-    template <class R, class C> static long long elementCount(R rows, C cols)
+    template <class R, class C>
+    static long long elementCount(R rows, C cols)
     {
-        measuremath::require(measuremath::isInRange(rows, INT_MAX) && measuremath::isInRange(cols, INT_MAX),
-                             "Invalid array size");
+        measuremath::require(
+            measuremath::isInRange(rows, INT_MAX) && measuremath::isInRange(cols, INT_MAX),
+            "Invalid array size");
         return static_cast<long long>(rows) * static_cast<long long>(cols);
     }
 

@@ -21,7 +21,8 @@ void requireSameSize(Vector const& a, Vector const& b)
     measuremath::require(a.size() == b.size(), Vector::badDim);
 }
 
-template <class Container> Container toContainer(Vector const& v)
+template <class Container>
+Container toContainer(Vector const& v)
 {
     Container values(v.size());
     std::copy(v.begin(), v.end(), std::begin(values));
@@ -31,7 +32,8 @@ template <class Container> Container toContainer(Vector const& v)
 }  // namespace
 
 // With code of their own for points, chains of expressions take an eighth less time.
-template <class Op> Vector Vector::combined(Vector const& b, Op op) const
+template <class Op>
+Vector Vector::combined(Vector const& b, Op op) const
 {
     if (size() != 3 || b.size() != 3) return combinedAnySize(b, op);
     Vector result(3, NO_INIT);
@@ -49,7 +51,8 @@ template <class Op>
 }
 
 // `out` is this vector or `b`.
-template <class Op> Vector& Vector::combineInto(Vector& out, Vector const& b, Op op) const
+template <class Op>
+Vector& Vector::combineInto(Vector& out, Vector const& b, Op op) const
 {
     requireSameSize(*this, b);
     double* const p = out.begin();
@@ -57,27 +60,81 @@ template <class Op> Vector& Vector::combineInto(Vector& out, Vector const& b, Op
     return out;
 }
 
-Vector& Vector::operator+=(Vector const& b) { return combineInto(*this, b, std::plus<>()); }
-Vector& Vector::operator-=(Vector const& b) { return combineInto(*this, b, std::minus<>()); }
-Vector& Vector::operator*=(Vector const& b) { return combineInto(*this, b, std::multiplies<>()); }
-Vector& Vector::operator/=(Vector const& b) { return combineInto(*this, b, std::divides<>()); }
+Vector& Vector::operator+=(Vector const& b)
+{
+    return combineInto(*this, b, std::plus<>());
+}
+Vector& Vector::operator-=(Vector const& b)
+{
+    return combineInto(*this, b, std::minus<>());
+}
+Vector& Vector::operator*=(Vector const& b)
+{
+    return combineInto(*this, b, std::multiplies<>());
+}
+Vector& Vector::operator/=(Vector const& b)
+{
+    return combineInto(*this, b, std::divides<>());
+}
 
-Vector Vector::operator+(Vector const& b) const& { return combined(b, std::plus<>()); }
-Vector Vector::operator-(Vector const& b) const& { return combined(b, std::minus<>()); }
-Vector Vector::operator*(Vector const& b) const& { return combined(b, std::multiplies<>()); }
-Vector Vector::operator/(Vector const& b) const& { return combined(b, std::divides<>()); }
-Vector Vector::operator-() const& { return combined(*this, measuremath::negated); }
+Vector Vector::operator+(Vector const& b) const&
+{
+    return combined(b, std::plus<>());
+}
+Vector Vector::operator-(Vector const& b) const&
+{
+    return combined(b, std::minus<>());
+}
+Vector Vector::operator*(Vector const& b) const&
+{
+    return combined(b, std::multiplies<>());
+}
+Vector Vector::operator/(Vector const& b) const&
+{
+    return combined(b, std::divides<>());
+}
+Vector Vector::operator-() const&
+{
+    return combined(*this, measuremath::negated);
+}
 
 // A temporary's buffer takes the result.
-Vector Vector::operator+(Vector const& b) && { return std::move(*this += b); }
-Vector Vector::operator-(Vector const& b) && { return std::move(*this -= b); }
-Vector Vector::operator*(Vector const& b) && { return std::move(*this *= b); }
-Vector Vector::operator/(Vector const& b) && { return std::move(*this /= b); }
-Vector Vector::operator+(Vector&& b) const& { return std::move(combineInto(b, b, std::plus<>())); }
-Vector Vector::operator-(Vector&& b) const& { return std::move(combineInto(b, b, std::minus<>())); }
-Vector Vector::operator+(Vector&& b) && { return std::move(*this += b); }
-Vector Vector::operator-(Vector&& b) && { return std::move(*this -= b); }
-Vector Vector::operator-() && { return std::move(combineInto(*this, *this, measuremath::negated)); }
+Vector Vector::operator+(Vector const& b) &&
+{
+    return std::move(*this += b);
+}
+Vector Vector::operator-(Vector const& b) &&
+{
+    return std::move(*this -= b);
+}
+Vector Vector::operator*(Vector const& b) &&
+{
+    return std::move(*this *= b);
+}
+Vector Vector::operator/(Vector const& b) &&
+{
+    return std::move(*this /= b);
+}
+Vector Vector::operator+(Vector&& b) const&
+{
+    return std::move(combineInto(b, b, std::plus<>()));
+}
+Vector Vector::operator-(Vector&& b) const&
+{
+    return std::move(combineInto(b, b, std::minus<>()));
+}
+Vector Vector::operator+(Vector&& b) &&
+{
+    return std::move(*this += b);
+}
+Vector Vector::operator-(Vector&& b) &&
+{
+    return std::move(*this -= b);
+}
+Vector Vector::operator-() &&
+{
+    return std::move(combineInto(*this, *this, measuremath::negated));
+}
 
 Vector& Vector::operator*=(double s)
 {
@@ -90,13 +147,31 @@ Vector& Vector::operator/=(double s)
     return *this *= 1.0 / s;
 }
 
-Vector Vector::operator/(double s) const& { return *this * (1.0 / s); }
-Vector Vector::operator/(double s) && { return std::move(*this *= 1.0 / s); }
+Vector Vector::operator/(double s) const&
+{
+    return *this * (1.0 / s);
+}
+Vector Vector::operator/(double s) &&
+{
+    return std::move(*this *= 1.0 / s);
+}
 
-Vector operator*(double s, Vector const& v) { return s == 1.0 ? v : v.combined(v, measuremath::times(s)); }
-Vector operator*(double s, Vector&& v) { return std::move(v *= s); }
-Vector operator*(Vector const& v, double s) { return s * v; }
-Vector operator*(Vector&& v, double s) { return std::move(v *= s); }
+Vector operator*(double s, Vector const& v)
+{
+    return s == 1.0 ? v : v.combined(v, measuremath::times(s));
+}
+Vector operator*(double s, Vector&& v)
+{
+    return std::move(v *= s);
+}
+Vector operator*(Vector const& v, double s)
+{
+    return s * v;
+}
+Vector operator*(Vector&& v, double s)
+{
+    return std::move(v *= s);
+}
 
 double Vector::dot(Vector const& b) const
 {
@@ -118,7 +193,10 @@ Vector Vector::cross(Vector const& b) const
     return result;
 }
 
-double Vector::length() const { return measuremath::norm(begin(), size()); }
+double Vector::length() const
+{
+    return measuremath::norm(begin(), size());
+}
 
 int Vector::minPos() const
 {
@@ -130,7 +208,10 @@ int Vector::equals(Vector const& v, double tol) const
     return (*this - v).length() <= tol ? 1 : 0;
 }
 
-int Vector::operator==(Vector const& v) const { return equals(v, 1e-15); }
+int Vector::operator==(Vector const& v) const
+{
+    return equals(v, 1e-15);
+}
 
 void Vector::overwrite(std::ptrdiff_t start, Vector const& v)
 {
@@ -154,8 +235,17 @@ Vector toVector(std::valarray<double> const& values)
     return Vector(std::begin(values), values.size());
 }
 
-Vector toVector(std::vector<double> const& values) { return Vector(values.data(), values.size()); }
+Vector toVector(std::vector<double> const& values)
+{
+    return Vector(values.data(), values.size());
+}
 
-std::valarray<double> toValarray(Vector const& v) { return toContainer<std::valarray<double>>(v); }
+std::valarray<double> toValarray(Vector const& v)
+{
+    return toContainer<std::valarray<double>>(v);
+}
 
-std::vector<double> toStlVector(Vector const& v) { return toContainer<std::vector<double>>(v); }
+std::vector<double> toStlVector(Vector const& v)
+{
+    return toContainer<std::vector<double>>(v);
+}

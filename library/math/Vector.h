@@ -48,7 +48,8 @@ public:
 
     /// Copies `n` values into storage of this vector's own.
     /// @throws MathError "Invalid array size" when n is negative or n elements exceed 4 GiB.
-    template <class N, measuremath::IfIndex<N> = 0> Vector& initVector(double const* src, N n)
+    template <class N, measuremath::IfIndex<N> = 0>
+    Vector& initVector(double const* src, N n)
     {
         init(src, n);
         return *this;
@@ -64,26 +65,26 @@ public:
     /// A zero divisor gives the floating-point result.
     /// @throws MathError "Bad vector dimensions" when the sizes differ.
     /// @{
-    Vector& operator+=(Vector const& b);  ///< Sum, in place.
-    Vector& operator-=(Vector const& b);  ///< Difference, in place.
-    Vector& operator*=(Vector const& b);  ///< Product, in place.
-    Vector& operator/=(Vector const& b);  ///< Quotient, in place.
+    Vector& operator+=(Vector const& b);       ///< Sum, in place.
+    Vector& operator-=(Vector const& b);       ///< Difference, in place.
+    Vector& operator*=(Vector const& b);       ///< Product, in place.
+    Vector& operator/=(Vector const& b);       ///< Quotient, in place.
     Vector operator+(Vector const& b) const&;  ///< Sum.
     Vector operator-(Vector const& b) const&;  ///< Difference.
     Vector operator*(Vector const& b) const&;  ///< Product.
     Vector operator/(Vector const& b) const&;  ///< Quotient.
-    Vector operator+(Vector const& b) &&;  ///< Sum.
-    Vector operator-(Vector const& b) &&;  ///< Difference.
-    Vector operator*(Vector const& b) &&;  ///< Product.
-    Vector operator/(Vector const& b) &&;  ///< Quotient.
-    Vector operator+(Vector&& b) const&;  ///< Sum.
-    Vector operator-(Vector&& b) const&;  ///< Difference.
-    Vector operator+(Vector&& b) &&;  ///< Sum.
-    Vector operator-(Vector&& b) &&;  ///< Difference.
+    Vector operator+(Vector const& b) &&;      ///< Sum.
+    Vector operator-(Vector const& b) &&;      ///< Difference.
+    Vector operator*(Vector const& b) &&;      ///< Product.
+    Vector operator/(Vector const& b) &&;      ///< Quotient.
+    Vector operator+(Vector&& b) const&;       ///< Sum.
+    Vector operator-(Vector&& b) const&;       ///< Difference.
+    Vector operator+(Vector&& b) &&;           ///< Sum.
+    Vector operator-(Vector&& b) &&;           ///< Difference.
     /// @}
 
     Vector operator-() const&;  ///< Every element negated.
-    Vector operator-() &&;  ///< Every element negated.
+    Vector operator-() &&;      ///< Every element negated.
 
     /// Every element times `s`. With s = 1 the buffer is not touched and stays shared.
     Vector& operator*=(double s);
@@ -131,7 +132,8 @@ public:
 
     /// Overwrites the elements from `start` on by `v`. A negative `start` is not checked.
     /// @throws MathError "Bad start index" when start + v.size() exceeds the size.
-    template <class S, measuremath::IfIndex<S> = 0> Vector& operator()(S start, Vector const& v)
+    template <class S, measuremath::IfIndex<S> = 0>
+    Vector& operator()(S start, Vector const& v)
     {
         requireFit(start, v.size());
         overwrite(static_cast<std::ptrdiff_t>(start), v);
@@ -139,7 +141,8 @@ public:
     }
 
 private:
-    template <class S, class C> void requireFit(S start, C count) const
+    template <class S, class C>
+    void requireFit(S start, C count) const
     {
         assert(measuremath::indexValue(start) >= 0);
         measuremath::require(
@@ -148,9 +151,12 @@ private:
     }
     void overwrite(std::ptrdiff_t start, Vector const& v);
 
-    template <class Op> Vector combined(Vector const& b, Op op) const;
-    template <class Op> Vector combinedAnySize(Vector const& b, Op op) const;
-    template <class Op> Vector& combineInto(Vector& out, Vector const& b, Op op) const;
+    template <class Op>
+    Vector combined(Vector const& b, Op op) const;
+    template <class Op>
+    Vector combinedAnySize(Vector const& b, Op op) const;
+    template <class Op>
+    Vector& combineInto(Vector& out, Vector const& b, Op op) const;
 
     friend MEASUREMATH_API Vector operator*(double s, Vector const& v);
 };

@@ -19,7 +19,7 @@ public:
 
     /// @name The vector of another form, its angle in [0, π] as `matrixToVect` gives it
     /// @{
-    VectorR(Euler const& e);  ///< From Euler angles.
+    VectorR(Euler const& e);       ///< From Euler angles.
     VectorR(Quaternion const& q);  ///< From a quaternion.
     /// @}
 

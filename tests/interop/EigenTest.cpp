@@ -2,8 +2,8 @@
 
 #include "support/RandomData.h"
 
-#include <Eigen/QR>
 #include <gtest/gtest.h>
+#include <Eigen/QR>
 
 #include <utility>
 

@@ -48,7 +48,8 @@ TEST(OpenCV, WritingThroughAViewLeavesThoseThatSharedAlone)
 
 TEST(OpenCV, ArraysOfAnyTypeAndStepBecomeOurs)
 {
-    cv::Mat_<unsigned char> const image = (cv::Mat_<unsigned char>(3, 3) << 1, 2, 3, 4, 5, 6, 7, 8, 255);
+    cv::Mat_<unsigned char> const image =
+        (cv::Mat_<unsigned char>(3, 3) << 1, 2, 3, 4, 5, 6, 7, 8, 255);
     EXPECT_EQ(toMatrix(image(cv::Rect(1, 1, 2, 2))), Matrix::of({{5, 6}, {8, 255}}));
     EXPECT_EQ(measuremath::toVector(image.col(2)), Vector::of({3, 6, 255}));
     EXPECT_EQ(measuremath::toVector(image.row(0)), Vector::of({1, 2, 3}));

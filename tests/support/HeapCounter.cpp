@@ -29,27 +29,60 @@ void give(void* block) noexcept
 }  // namespace
 
 // The whole test program allocates through these.
-void* operator new(std::size_t size) { return take(size); }
-void* operator new[](std::size_t size) { return take(size); }
+void* operator new(std::size_t size)
+{
+    return take(size);
+}
+void* operator new[](std::size_t size)
+{
+    return take(size);
+}
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept
 try {
     return take(size);
 } catch (std::bad_alloc const&) {
     return nullptr;
 }
-void operator delete(void* block) noexcept { give(block); }
-void operator delete[](void* block) noexcept { give(block); }
-void operator delete(void* block, std::size_t) noexcept { give(block); }
-void operator delete[](void* block, std::size_t) noexcept { give(block); }
+void operator delete(void* block) noexcept
+{
+    give(block);
+}
+void operator delete[](void* block) noexcept
+{
+    give(block);
+}
+void operator delete(void* block, std::size_t) noexcept
+{
+    give(block);
+}
+void operator delete[](void* block, std::size_t) noexcept
+{
+    give(block);
+}
 
 HeapCounter::HeapCounter() : _before(taken), _heldBefore(blocksHeld) {}
 
-std::size_t HeapCounter::blocks() const { return taken - _before; }
+std::size_t HeapCounter::blocks() const
+{
+    return taken - _before;
+}
 
-long HeapCounter::held() const { return blocksHeld - _heldBefore; }
+long HeapCounter::held() const
+{
+    return blocksHeld - _heldBefore;
+}
 
-HeapFault::HeapFault(long request) { requestsLeft = request; }
+HeapFault::HeapFault(long request)
+{
+    requestsLeft = request;
+}
 
-HeapFault::~HeapFault() { requestsLeft = 0; }
+HeapFault::~HeapFault()
+{
+    requestsLeft = 0;
+}
 
-bool HeapFault::hasStruck() const { return requestsLeft == 0; }
+bool HeapFault::hasStruck() const
+{
+    return requestsLeft == 0;
+}

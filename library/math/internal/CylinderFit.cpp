@@ -1,8 +1,8 @@
 #include "math/internal/CylinderFit.h"
 
 #include "math/LinearAlgebra.h"
-#include "math/internal/Vec3.h"
 #include "math/internal/Constants.h"
+#include "math/internal/Vec3.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +21,9 @@ struct Cylinder {
     double r;
 
     explicit Cylinder(Vector const& params)
-        : p{{params[0], params[1], params[2]}}, d{{params[3], params[4], params[5]}}, r(params[6])
+        : p{{params[0], params[1], params[2]}},
+          d{{params[3], params[4], params[5]}},
+          r(params[6])
     {
     }
 };
@@ -174,7 +176,8 @@ bool spansSpace(NormalisedPoints const& points)
     Matrix moments(3, 3);
     for (std::size_t i = 0; i < points.size(); ++i)
         for (int r = 0; r < 3; ++r)
-            for (int c = 0; c < 3; ++c) moments[r][c] += pointOf(points, i)[r] * pointOf(points, i)[c];
+            for (int c = 0; c < 3; ++c)
+                moments[r][c] += pointOf(points, i)[r] * pointOf(points, i)[c];
     Vector values(3);
     Matrix vectors(3, 3);
     if (!eigenValuesVectors(moments, values, vectors)) return false;
@@ -194,7 +197,8 @@ void CylinderCostFun::computeFunValue(Vector const& params)
 {
     double* const r = _funValue.begin();
     std::size_t const n = _points.size();
-    cylinderResiduals(_points.coordinate(0), _points.coordinate(1), _points.coordinate(2), n, params, r);
+    cylinderResiduals(_points.coordinate(0), _points.coordinate(1), _points.coordinate(2), n,
+                      params, r);
     Cylinder const c(params);
     r[n] = dot(c.d, c.d) - 1.0;
     r[n + 1] = dot(c.p, c.d);
@@ -243,7 +247,8 @@ void standardiseCylinder(Vector& params)
     params = Vector::of({c.p[0], c.p[1], c.p[2], c.d[0], c.d[1], c.d[2], std::abs(c.r)});
 }
 
-void denormaliseCylinder(NormalisedPoints const& points, double variance, Vector& params, Matrix& cov)
+void denormaliseCylinder(NormalisedPoints const& points, double variance, Vector& params,
+                         Matrix& cov)
 {
     Vec3 const d = Cylinder(params).d;
     double const s = points.scale();

@@ -24,7 +24,8 @@ void transform(double const* a, double const* b, double* out, std::size_t n, Op 
 }
 
 /// out[i] = op(a[i]).
-template <class Op> void transform(double const* a, double* out, std::size_t n, Op op)
+template <class Op>
+void transform(double const* a, double* out, std::size_t n, Op op)
 {
     transform(a, a, out, n, [op](double x, double) { return op(x); });
 }
@@ -39,7 +40,8 @@ inline auto times(double s)
 /// @}
 
 /// Sum of term(i) over i < n in four interleaved partial sums, which vectorise and round less.
-template <class Term> double sum(std::size_t n, Term term)
+template <class Term>
+double sum(std::size_t n, Term term)
 {
     double s[4] = {};
     std::size_t i = 0;

@@ -1,7 +1,7 @@
 #include "math/internal/Product.h"
 
-#include <algorithm>
 #include <cblas.h>
+#include <algorithm>
 #include <cstddef>
 
 namespace measuremath {

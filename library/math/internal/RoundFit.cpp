@@ -11,7 +11,9 @@
 namespace measuremath {
 
 NormalisedPoints::NormalisedPoints(std::vector<Vector> const& coll, unsigned int dimension)
-    : _size(coll.size()), _origin(dimension), _coordinates(coll.size() * dimension)
+    : _size(coll.size()),
+      _origin(dimension),
+      _coordinates(coll.size() * dimension)
 {
     double largest = 0.0;
     double extent = 0.0;
@@ -31,8 +33,8 @@ NormalisedPoints::NormalisedPoints(std::vector<Vector> const& coll, unsigned int
     for (double& x : _coordinates) x /= _scale;
     bool const finite = std::all_of(_coordinates.begin(), _coordinates.end(),
                                     [](double x) { return std::isfinite(x); });
-    _resolution = finite ? machineEpsilon * largest / _scale
-                         : std::numeric_limits<double>::quiet_NaN();
+    _resolution =
+        finite ? machineEpsilon * largest / _scale : std::numeric_limits<double>::quiet_NaN();
 }
 
 void RoundCostFun::setPoints(NormalisedPoints points)

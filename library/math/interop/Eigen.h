@@ -54,7 +54,8 @@ Eigen::Map<EigenMatrix const> asEigen(Matrix const&& m) = delete;
 /// The values of an Eigen expression of double that is a column or a row when it is compiled; one
 /// whose shape is known only at run time goes through `.col(0)` or `.row(0)`.
 /// @throws MathError "Invalid array size" when they exceed 4 GiB.
-template <class Derived> Vector toVector(Eigen::MatrixBase<Derived> const& expression)
+template <class Derived>
+Vector toVector(Eigen::MatrixBase<Derived> const& expression)
 {
     static_assert(Derived::IsVectorAtCompileTime, "not known to be a column or a row");
     Vector v(expression.size(), Vector::NO_INIT);
@@ -68,7 +69,8 @@ template <class Derived> Vector toVector(Eigen::MatrixBase<Derived> const& expre
 
 /// The values of an Eigen expression of double, of either storage order.
 /// @throws MathError "Invalid array size" when they exceed 4 GiB.
-template <class Derived> Matrix toMatrix(Eigen::MatrixBase<Derived> const& expression)
+template <class Derived>
+Matrix toMatrix(Eigen::MatrixBase<Derived> const& expression)
 {
     Matrix m(expression.rows(), expression.cols(), Matrix::NO_INIT);
     asEigen(m).noalias() = expression;

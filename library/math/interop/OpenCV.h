@@ -66,7 +66,8 @@ inline Matrix toMatrix(cv::InputArray array)
 {
     cv::Mat const source = array.getMat();
     bool const isPoints = source.channels() > 1;
-    require(source.dims <= 2 && (!isPoints || source.rows <= 1 || source.cols <= 1), Matrix::badDim);
+    require(source.dims <= 2 && (!isPoints || source.rows <= 1 || source.cols <= 1),
+            Matrix::badDim);
     if (source.empty()) return Matrix(source.rows, source.cols);
 
     cv::Mat const values = source.reshape(1, isPoints && source.rows == 1 ? source.cols : 0);

@@ -21,19 +21,22 @@
 namespace measuremath {
 
 /// The elements of `array`, for writing.
-template <class T> std::span<T> asSpan(TVector<T>& array)
+template <class T>
+std::span<T> asSpan(TVector<T>& array)
 {
     return {array.begin(), array.size()};
 }
 
 /// The elements of `array`, for reading; never copies. Valid until the next write.
-template <class T> std::span<T const> asSpan(TVector<T> const& array)
+template <class T>
+std::span<T const> asSpan(TVector<T> const& array)
 {
     return {array.begin(), array.size()};
 }
 
 /// A view of a temporary would dangle.
-template <class T> std::span<T const> asSpan(TVector<T> const&& array) = delete;
+template <class T>
+std::span<T const> asSpan(TVector<T> const&& array) = delete;
 
 }  // namespace measuremath
 #endif
