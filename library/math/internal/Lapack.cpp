@@ -42,14 +42,6 @@ int orgqr(int m, int n, int k, double* a, int lda, double const* tau, double* wo
     return info;
 }
 
-int ormqr(char side, char trans, int m, int n, int k, double const* a, int lda, double const* tau,
-          double* c, int ldc, double* work, int lwork)
-{
-    int info = 0;
-    LAPACK_dormqr(&side, &trans, &m, &n, &k, a, &lda, tau, c, &ldc, work, &lwork, &info);
-    return info;
-}
-
 int gelqf(int m, int n, double* a, int lda, double* tau, double* work, int lwork)
 {
     int info = 0;

@@ -30,8 +30,6 @@ int gels(char trans, int m, int n, int nrhs, double* a, int lda, double* b, int 
 
 int geqrf(int m, int n, double* a, int lda, double* tau, double* work, int lwork);
 int orgqr(int m, int n, int k, double* a, int lda, double const* tau, double* work, int lwork);
-int ormqr(char side, char trans, int m, int n, int k, double const* a, int lda, double const* tau,
-          double* c, int ldc, double* work, int lwork);
 int gelqf(int m, int n, double* a, int lda, double* tau, double* work, int lwork);
 int orglq(int m, int n, int k, double* a, int lda, double const* tau, double* work, int lwork);
 

@@ -32,10 +32,6 @@ constexpr long long hybrdWorkSize(long long n)
 {
     return n * (3 * n + 13) / 2;
 }
-constexpr long long hybrjWorkSize(long long n)
-{
-    return n * (n + 13) / 2;
-}
 
 /// Levenberg-Marquardt with ftol = xtol = tol, gtol = 0, internal scaling; INFO 8 becomes 4. With
 /// INFO 0, for input that it refuses, nothing was called and nothing but INFO was set.
