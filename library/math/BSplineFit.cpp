@@ -228,7 +228,7 @@ double BSpline::robustRefinement(std::vector<MatchedPointInfo>& matchedPoints, i
             rms = curve.refinement(points, stage.nbIterMax);
         }
     }
-    matchedPoints = points;
     setControlCoordinates(curve._xControlPoints, curve._yControlPoints);
+    matchedPoints.swap(points);
     return rms;
 }
