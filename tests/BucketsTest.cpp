@@ -75,19 +75,25 @@ TEST(Buckets, FacesAndFlatDimensionsGoToTheLastCell)
     EXPECT_EQ(buckets.getNbValidBuckets(), 3U);
 }
 
-// Two points among a hundred thousand: the generator's steps never reach their cells.
-TEST(Buckets, SparseBucketsEndTheSearchToo)
+// Cells with three points and one among a hundred thousand: the generator's steps never reach them.
+TEST(Buckets, SparseBucketsAreDrawnByTheirSharesToo)
 {
-    Points points(100002, Vector::of({0.0}));
-    points.front() = Vector::of({-1.0});
-    points.back() = Vector::of({1.0});
+    Points points(100000, Vector::of({0.0}));
+    for (std::size_t i = 50000; i < points.size(); ++i) points[i][0] = 8.0;
+    for (double const x : {3.0, 3.2, 3.4, 5.0}) points.push_back(Vector::of({x}));
     Buckets buckets;
     buckets.init(1);
     buckets.setDataColl(points);
+    std::map<double, int> thirdCell;
     Points sample;
     initRandGene(9);
-    buckets.getDataRandomSample(sample, 3);
-    EXPECT_EQ(std::abs(sample[0][0]) + std::abs(sample[1][0]) + std::abs(sample[2][0]), 2.0);
+    constexpr int draws = 1000;
+    for (int i = 0; i < draws; ++i) {
+        buckets.getDataRandomSample(sample, 3);
+        ++thirdCell[std::floor(sample[2][0])];
+    }
+    EXPECT_EQ(thirdCell[3.0] + thirdCell[5.0], draws);
+    EXPECT_NEAR(thirdCell[5.0], draws / 4, 5.0 * std::sqrt(draws * 3.0 / 16.0));
 }
 
 TEST(Buckets, MisuseThrowsAndKeepsWhatWasThere)

@@ -154,7 +154,7 @@ void Buckets::getDataRandomSample(std::vector<Vector>& sample, unsigned int nbSa
 
 std::size_t Buckets::drawBucket(std::vector<bool> const& used) const
 {
-    constexpr int mostRejections = 1000000;
+    constexpr int mostRejections = 1000;  // then the shares of the unused buckets are summed
     for (int rejections = 0; rejections < mostRejections; ++rejections) {
         auto const found = std::lower_bound(_cumulProba.begin(), _cumulProba.end(), randGene());
         auto const bucket = static_cast<std::size_t>(found - _cumulProba.begin());

@@ -40,7 +40,7 @@ public:
 
     /// Replaces `sample` by `nbSamples` points from as many different buckets, in the order drawn.
     ///
-    /// A bucket that was drawn already is drawn again. After a million such draws in a row, where
+    /// A bucket that was drawn already is drawn again. After a thousand such draws in a row, where
     /// what is left is too sparse for the generator's steps, the next bucket is taken among the
     /// unused ones alone, still in proportion to their population.
     /// @throws MathError "Call init and setDataColl before use", "Not enought valid buckets to
