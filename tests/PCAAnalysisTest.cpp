@@ -18,14 +18,6 @@ PCAAnalysis analysed(std::vector<Vector> const& points)
     return pca;
 }
 
-std::vector<Vector> randomPoints(int count, int dimension)
-{
-    RandomData random(21);
-    std::vector<Vector> points;
-    for (int i = 0; i < count; ++i) points.push_back(random.vector(dimension));
-    return points;
-}
-
 TEST(PCAAnalysis, AgreesWithReferenceValuesFarFromTheOrigin)
 {
     auto const rows = readReference("principal_axes.csv");
@@ -44,7 +36,7 @@ TEST(PCAAnalysis, MatchesDirectSumsInAnyDimensionAndNumber)
 {
     for (int const d : {1, 2, 3, 12}) {
         for (int const count : {1, 2, 127, 128, 129, 1000}) {
-            std::vector<Vector> const points = randomPoints(count, d);
+            std::vector<Vector> const points = RandomData(21).vectors(count, d);
             Vector mean(d);
             Matrix covariance(d, d);
             for (Vector const& p : points) mean += p / count;
@@ -75,7 +67,7 @@ TEST(PCAAnalysis, ResultsNeedASuccessfulAnalysis)
     EXPECT_MATH_ERROR(pca.getMean(), notYet);
     EXPECT_MATH_ERROR(pca.getPrincipalVectors(), notYet);
 
-    std::vector<Vector> points = randomPoints(200, 2);
+    std::vector<Vector> points = RandomData(21).vectors(200, 2);
     pca.computeAnalysis(2, points);
     points.back() = Vector(3);
     EXPECT_MATH_ERROR(pca.computeAnalysis(2, points),

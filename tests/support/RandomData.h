@@ -4,6 +4,7 @@
 #include "math/Vector.h"
 
 #include <random>
+#include <vector>
 
 /// Test data that the seed alone determines; each test makes its own.
 class RandomData {
@@ -31,6 +32,14 @@ public:
         Vector v(n, Vector::NO_INIT);
         for (double& value : v) value = uniform(low, high);
         return v;
+    }
+
+    /// `count` vectors of `n` elements uniform over [low, high).
+    std::vector<Vector> vectors(int count, int n, double low = -1.0, double high = 1.0)
+    {
+        std::vector<Vector> result;
+        for (int i = 0; i < count; ++i) result.push_back(vector(n, low, high));
+        return result;
     }
 
     /// `rows` × `cols` elements uniform over [low, high).
