@@ -30,59 +30,52 @@ Matrix identity(int n)
 }
 
 struct Case {
-    std::string name;
     Matrix A;
     int rank;
     Domain domain;
+
+    std::string name() const
+    {
+        return std::to_string(A.getRow()) + " x " + std::to_string(A.getCol()) + " of rank " +
+               std::to_string(rank) + " and size " + std::to_string(A.frobeniusNorm());
+    }
 };
 
-// At three scales and with rows or columns graded over twelve orders of magnitude.
-void addGradings(std::vector<Case>& cases, Matrix const& A, RandomData& random)
+// A at three scales and with rows or columns graded over twelve orders of magnitude.
+std::vector<Matrix> graded(Matrix const& A, RandomData& random)
 {
     auto const grades = [&random](int n) {
         Vector result(n);
         for (double& grade : result) grade = std::pow(10.0, random.uniform(-6.0, 6.0));
         return diagonal(result);
     };
-    int const m = A.getRow(), n = A.getCol();
-    Domain const domain = m < n ? Domain::ANY : m == n ? Domain::SQUARE : Domain::TALL;
-    std::pair<char const*, Matrix> const gradings[] = {{" ", A},
-                                                       {" tiny", A * 1e-150},
-                                                       {" huge", A * 1e150},
-                                                       {" graded rows", grades(m) * A},
-                                                       {" graded columns", A * grades(n)}};
-    for (auto const& [name, scaled] : gradings) {
-        cases.push_back({name, scaled, std::min(m, n), domain});
-        if (m != n) continue;
-        Matrix const unit = scaled * (1.0 / scaled.frobeniusNorm());
-        cases.push_back(
-            {name, unit.transpose() * unit + 1e-3 * identity(n), n, Domain::POSITIVE_DEFINITE});
-        bool const isGraded = std::string(name).starts_with(" graded");
-        // DSYEVR leaves the eigenvectors of graded matrices less orthogonal than the bound.
-        cases.push_back(
-            {name, symmetric(scaled), n, isGraded ? Domain::SQUARE : Domain::SYMMETRIC});
-    }
+    return {A, A * 1e-150, A * 1e150, grades(A.getRow()) * A, A * grades(A.getCol())};
 }
 
 constexpr std::pair<int, int> shapes[] = {{1, 1},   {2, 2}, {3, 3},  {4, 4}, {7, 7},
                                           {33, 33}, {1, 2}, {1, 9},  {2, 1}, {9, 1},
                                           {4, 3},   {3, 4}, {60, 7}, {7, 60}};
 
-// Of full rank where the name says no other.
 std::vector<Case> allCases()
 {
     RandomData random(12);
     std::vector<Case> cases;
     for (auto const& [m, n] : shapes) {
-        addGradings(cases, random.matrix(m, n), random);
-        for (int const rank : {0, 1, 2})
-            if (rank <= std::min(m, n))
-                cases.push_back({" rank " + std::to_string(rank),
-                                 random.matrix(m, rank) * random.matrix(rank, n), rank,
-                                 Domain::ANY});
+        int const k = std::min(m, n);
+        for (int rank = 0; rank <= std::min(k, 2); ++rank)
+            cases.push_back({random.matrix(m, rank) * random.matrix(rank, n), rank, Domain::ANY});
+        Matrix const any = random.matrix(m, n);
+        for (Matrix const& A : graded(any, random)) {
+            cases.push_back({A, k, m < n ? Domain::ANY : m == n ? Domain::SQUARE : Domain::TALL});
+            if (m != n) continue;
+            Matrix const unit = A * (1.0 / A.frobeniusNorm());
+            cases.push_back(
+                {unit.transpose() * unit + 1e-3 * identity(n), n, Domain::POSITIVE_DEFINITE});
+        }
+        if (m != n) continue;  // of graded ones, DSYEVR's vectors are less orthogonal
+        for (double const scale : {1e-150, 1.0, 1e150})
+            cases.push_back({symmetric(scale * any), n, Domain::SYMMETRIC});
     }
-    for (auto& [name, A, rank, domain] : cases)
-        name = std::to_string(A.getRow()) + " x " + std::to_string(A.getCol()) + name;
     return cases;
 }
 
@@ -92,32 +85,32 @@ TEST(LinearAlgebra, FactorsInversesAndSolutionsAreExactToRounding)
         Vector const b = RandomData(13).vector(c.A.getRow()) * c.A.frobeniusNorm();
         for (Decomposition const& d : decompositions()) {
             if (d.domain > c.domain) continue;
-            SCOPED_TRACE(c.name + " " + d.name);
             ScaledErrors const errors = d.errors(c.A, b);
-            EXPECT_LT(errors.residual, tolerance);
-            EXPECT_LT(errors.orthogonality, tolerance);
+            EXPECT_LT(errors.residual, tolerance) << c.name() << " " << d.name;
+            EXPECT_LT(errors.orthogonality, tolerance) << c.name() << " " << d.name;
         }
     }
 }
 
 TEST(LinearAlgebra, RanksConditionsAndNullVectorsAgreeWithTheSingularValues)
 {
-    for (auto const& [name, A, fullRank, domain] : allCases()) {
-        if (domain == Domain::ANY) continue;
-        SCOPED_TRACE(name);
-        int const n = A.getCol();
-        Matrix U(A.getRow(), n), V(n, n);
+    for (Case const& c : allCases()) {
+        if (c.domain == Domain::ANY) continue;
+        SCOPED_TRACE(c.name());
+        int const n = c.A.getCol();
+        Matrix U(c.A.getRow(), n), V(n, n);
         Vector S(n), x(n);
         unsigned int rank = 0;
         double cond = 0.0;
-        ASSERT_TRUE(svd(A, U, S, V));
-        ASSERT_TRUE(svdSolve(A, Vector(A.getRow()), x, rank, cond, -1.0));
-        EXPECT_EQ(rank, A.getNbCol());
+        ASSERT_TRUE(svd(c.A, U, S, V));
+        ASSERT_TRUE(svdSolve(c.A, Vector(c.A.getRow()), x, rank, cond, -1.0));
+        EXPECT_EQ(rank, c.A.getNbCol());
         EXPECT_LT(scaledError(std::abs(1.0 / cond - S[n - 1] / S[0]), n), tolerance);
-        ASSERT_TRUE(svdSolve(A, x, rank, cond, 0.0));
-        EXPECT_EQ(rank, A.getNbCol());
+        ASSERT_TRUE(svdSolve(c.A, x, rank, cond, 0.0));
+        EXPECT_EQ(rank, c.A.getNbCol());
         EXPECT_LT(scaledError(std::abs(x.length() - 1.0), n), tolerance);
-        EXPECT_LT(scaledError(std::abs((A * x).length() - S[n - 1]), S[0] * A.getRow()), tolerance);
+        double const length = (c.A * x).length();
+        EXPECT_LT(scaledError(std::abs(length - S[n - 1]), S[0] * c.A.getRow()), tolerance);
     }
 }
 
@@ -147,27 +140,28 @@ TEST(LinearAlgebra, HomogeneousRankHasAnAbsoluteToleranceToo)
 
 TEST(LinearAlgebra, PseudoInverseFulfilsTheConditionsOfPenrose)
 {
-    for (auto const& [name, A, trueRank, domain] : allCases()) {
-        SCOPED_TRACE(name);
+    for (Case const& c : allCases()) {
+        SCOPED_TRACE(c.name());
+        Matrix const& A = c.A;
         int const k = std::min(A.getRow(), A.getCol());
-        double const cut = trueRank == k ? 0.0 : 1e-12;
+        double const cut = c.rank == k ? 0.0 : 1e-12;
         Matrix X(A.getCol(), A.getRow()), Y = X, U(A.getRow(), k), V(A.getCol(), k);
         Vector S(k);
         unsigned int rank = 99;
         double cond = 0.0;
         ASSERT_TRUE(svdInverse(A, X, rank, cond, cut));
-        EXPECT_EQ(static_cast<int>(rank), trueRank);
-        EXPECT_EQ(cond == -1.0, trueRank < k);
+        EXPECT_EQ(static_cast<int>(rank), c.rank);
+        EXPECT_EQ(cond == -1.0, c.rank < k);
         // R. Penrose 1955: the pseudo-inverse alone fulfils the four.
         double const a = A.frobeniusNorm(), x = X.frobeniusNorm();
         double const condition = a * x * std::max(A.getRow(), A.getCol());
         Matrix const AX = A * X, XA = X * A;
         EXPECT_LT(scaledError((AX * A - A).frobeniusNorm(), a * condition), tolerance);
         EXPECT_LT(scaledError((XA * X - X).frobeniusNorm(), x * condition), tolerance);
-        EXPECT_LT(scaledError((AX - AX.transpose()).frobeniusNorm(), condition), tolerance);
-        EXPECT_LT(scaledError((XA - XA.transpose()).frobeniusNorm(), condition), tolerance);
+        for (Matrix const& P : {AX, XA})
+            EXPECT_LT(scaledError((P - P.transpose()).frobeniusNorm(), condition), tolerance);
 
-        ASSERT_TRUE(svdInverse(A, Y, rank, cond, k - trueRank));
+        ASSERT_TRUE(svdInverse(A, Y, rank, cond, k - c.rank));
         EXPECT_LT(scaledDifference(Y, X), tolerance);
         ASSERT_TRUE(svd(A, U, S, V));
         singularValuesThreshold(S, rank, cond, cut);
@@ -332,8 +326,7 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
 {
     // Of each call only the last outputs are of a wrong shape, so that it meets the next check.
     Matrix const A(3, 2), wide(2, 3), square(3, 3), two(2, 2);
-    Matrix const notFinite = nan * A;
-    Matrix a(3, 2), s(3, 3), t(2, 2), w(2, 3), bad(9, 9);
+    Matrix a(3, 2), s(3, 3), t(3, 3), w(2, 3), bad(9, 9);
     Vector const c(3), d(2), badRhs(9);
     Vector v(9), v3(3);
     unsigned int r = 77;
@@ -343,14 +336,14 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
     char const* const badCount = "Invalid nbThresholdedValues, value greater than vector s size";
     char const* const badB = "Invalid vector B size";
     char const* const badX = "Invalid vector X size";
+    char const* const notDistinct = "Output matrices must be distinct";
 
-    EXPECT_MATH_ERROR(svd(A, bad, v, bad), "Invalid matrix U size");
-    EXPECT_MATH_ERROR(svd(A, a, v, bad), "Invalid matrix V size");
-    EXPECT_MATH_ERROR(svd(A, a, v, t), "Invalid vector S size");
-    EXPECT_MATH_ERROR(svd(square, s, v3, s), "Output matrices must be distinct");
-    EXPECT_MATH_ERROR(fullSvd(A, a, v, bad), "Invalid matrix U size");
-    EXPECT_MATH_ERROR(fullSvd(A, s, v, bad), "Invalid matrix V size");
-    EXPECT_MATH_ERROR(fullSvd(A, s, v, t), "Invalid vector S size");
+    for (auto const decompose : {svd, fullSvd}) {
+        EXPECT_MATH_ERROR(decompose(square, bad, v, bad), "Invalid matrix U size");
+        EXPECT_MATH_ERROR(decompose(square, s, v, bad), "Invalid matrix V size");
+        EXPECT_MATH_ERROR(decompose(square, s, v, t), "Invalid vector S size");
+        EXPECT_MATH_ERROR(decompose(square, s, v3, s), notDistinct);
+    }
     EXPECT_MATH_ERROR(svdSolve(wide, badRhs, v, r, k, 0.0), needTall);
     EXPECT_MATH_ERROR(svdSolve(A, badRhs, v, r, k, 0.0), badB);
     EXPECT_MATH_ERROR(svdSolve(A, c, v, r, k, 0.0), badX);
@@ -360,7 +353,7 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
     EXPECT_MATH_ERROR(singularValuesThreshold(v, r, k, -1), badCount);
     EXPECT_MATH_ERROR(svdInverse(A, bad, r, k, 0.0), "Invalid matrix invA size");
     EXPECT_MATH_ERROR(svdInverse(A, bad, r, k, 10U), "Invalid matrix invA size");
-    EXPECT_MATH_ERROR(svdInverse(notFinite, w, r, k, 3L), badCount);
+    EXPECT_MATH_ERROR(svdInverse(nan * A, w, r, k, 3L), badCount);
     EXPECT_MATH_ERROR(svdInverse(square, badRhs, wide, bad), "Invalid matrix U size");
     EXPECT_MATH_ERROR(svdInverse(A, badRhs, wide, bad), "Invalid vector S size");
     EXPECT_MATH_ERROR(svdInverse(A, d, wide, bad), "Invalid matrix V size");
@@ -372,24 +365,23 @@ TEST(LinearAlgebra, ChecksShapesInOrderBeforeAnythingElse)
     EXPECT_MATH_ERROR(qrSolve(A, c, v), badX);
     EXPECT_MATH_ERROR(qr(A, bad, bad), "Invalid matrix Q size");
     EXPECT_MATH_ERROR(qr(A, a, bad), "Invalid matrix R size");
-    EXPECT_MATH_ERROR(qr(square, s, s), "Output matrices must be distinct");
+    EXPECT_MATH_ERROR(qr(square, s, s), notDistinct);
     EXPECT_MATH_ERROR(lq(A, bad, bad), "Invalid matrix L size");
     EXPECT_MATH_ERROR(lq(A, a, bad), "Invalid matrix Q size");
-    EXPECT_MATH_ERROR(luSolve(A, badRhs, v), needSquare);
-    EXPECT_MATH_ERROR(luSolve(square, badRhs, v), badB);
-    EXPECT_MATH_ERROR(luSolve(square, c, v), badX);
+    for (auto const solve : {luSolve, posDefSolve}) {
+        EXPECT_MATH_ERROR(solve(A, badRhs, v), needSquare);
+        EXPECT_MATH_ERROR(solve(square, badRhs, v), badB);
+        EXPECT_MATH_ERROR(solve(square, c, v), badX);
+    }
     EXPECT_MATH_ERROR(luInverse(a), needSquare);
     EXPECT_MATH_ERROR(luInverse(A, bad), "Invalid invA matrix size");
     EXPECT_MATH_ERROR(luInverse(A, a), needSquare);
     EXPECT_MATH_ERROR(eigenValuesVectors(A, v, bad), "Matrix a should be square");
     EXPECT_MATH_ERROR(eigenValuesVectors(square, v, bad), "Invalid eigenValues vector size");
     EXPECT_MATH_ERROR(eigenValuesVectors(square, v3, bad), "Invalid eigenVectors matrix size");
-    EXPECT_MATH_ERROR(posDefSolve(A, badRhs, v), needSquare);
-    EXPECT_MATH_ERROR(posDefSolve(square, badRhs, v), badB);
-    EXPECT_MATH_ERROR(posDefSolve(square, c, v), badX);
-    EXPECT_MATH_ERROR(posDefDecomp(A, bad), needSquare);
+    for (auto const factor : {posDefDecomp, posDefInverse})
+        EXPECT_MATH_ERROR(factor(A, bad), needSquare);
     EXPECT_MATH_ERROR(posDefDecomp(square, bad), "Invalid U matrix size");
-    EXPECT_MATH_ERROR(posDefInverse(A, bad), needSquare);
     EXPECT_MATH_ERROR(posDefInverse(square, bad), "Invalid invA matrix size");
 
     EXPECT_EQ(r, 77U);
