@@ -168,36 +168,6 @@ TEST(Munkres, GivesTheStarsAndCostsOfTheLiteralSteps)
     }
 }
 
-// Over all ways to give each line of the shorter kind one of the longer kind.
-double leastTotal(Matrix const& costs)
-{
-    if (costs.getRow() > costs.getCol()) return leastTotal(costs.transpose());
-    std::vector<int> cols(costs.getNbCol());
-    std::iota(cols.begin(), cols.end(), 0);
-    double least = infinity;
-    do {
-        double sum = 0.0;
-        for (int i = 0; i < costs.getRow(); ++i) sum += costs[i][cols[static_cast<std::size_t>(i)]];
-        least = std::min(least, sum);
-    } while (std::next_permutation(cols.begin(), cols.end()));
-    return least;
-}
-
-TEST(Munkres, FindsTheLeastTotalOfAllPermutations)
-{
-    RandomData data(7);
-    for (int rows = 1; rows <= 7; ++rows) {
-        for (int cols = 1; cols <= 7; ++cols) {
-            Matrix const costs = data.matrix(rows, cols, 0.0, 1.0);
-            Solution const solution(solved(costs));
-            solution.expectStars(std::min(rows, cols));
-            double const total =
-                std::inner_product(costs.begin(), costs.end(), solution.stars.begin(), 0.0);
-            EXPECT_NEAR(total, leastTotal(costs), 1e-14) << costs;  // 7 sums of values below 1
-        }
-    }
-}
-
 // The reduced costs of a square grid prove its optimum: none is negative, the stars are at zeros,
 // and they are the costs less one number a row and one a column. Products of the two numbers of a
 // cell make the searches as long as they get: n^2 adjustments, each a scan of the whole grid in the

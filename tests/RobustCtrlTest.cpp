@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -71,9 +72,8 @@ struct Consensus : Ransac {
 
 TEST(RobustCtrl, NumberOfSamplesFollowsTheFormulaTruncated)
 {
-    auto const none = [](int) { return supported(1, 1); };
     for (unsigned int const m : {1U, 2U, 3U, 4U, 5U, 9U}) {
-        ScriptedEstimator estimator(m, 2 * m, none);
+        ScriptedEstimator estimator(m, 2 * m, {});
         Consensus ransac(estimator);
         for (double const p : {0.0, 0.5, 0.99, 1.0 - 0x1p-52}) {
             ransac.setSuccessRatio(p);
@@ -86,10 +86,9 @@ TEST(RobustCtrl, NumberOfSamplesFollowsTheFormulaTruncated)
             }
         }
     }
-    ScriptedEstimator two(2, 4, none);
+    ScriptedEstimator two(2, 4, {});
     Consensus ransac(two);
-    EXPECT_EQ(ransac.computeNbSamples(0.4), 10U);
-    EXPECT_EQ(ransac.computeNbSamples(1.0 - 1e-6), std::numeric_limits<unsigned int>::max());
+    EXPECT_EQ(ransac.computeNbSamples(1.0 - 1e-6), UINT_MAX);
     for (double const e : {0.0, 1.0 - 1e-9})
         EXPECT_MATH_ERROR(ransac.computeNbSamples(e), "Bad outlier ratio");
     for (double const e : {-0.1, 1.5, nan})
@@ -150,10 +149,9 @@ TEST(Ransac, ABetterSampleShortensTheBudgetCountedFromTheFirstTrial)
 
 TEST(Ransac, FirstOfTiesWinsAndTheThresholdIsStrict)
 {
-    using Residuals = std::vector<double>;
-    ScriptedEstimator estimator(3, 6, [](int k) {
-        return k == 0 ? Residuals{0.999, 0.999, 0.999, -1, nan, 9}
-                      : Residuals{1, 1, 1, 0.999, 0.999, 0.999};
+    ScriptedEstimator estimator(3, 6, [](int k) -> std::vector<double> {
+        if (k == 0) return {0.999, 0.999, 0.999, -1, nan, 9};
+        return {1, 1, 1, 0.999, 0.999, 0.999};
     });
     Consensus ransac(estimator);
     ASSERT_TRUE(ransac.robustEstimation());
@@ -223,17 +221,17 @@ TEST(RobustCtrl, MisuseThrows)
     EXPECT_MATH_ERROR(lmeds.getOutliersThreshold(), notEstimated);
 
     char const* const badRatio = "Invalid outliers ratio, should be in ]0, 1]";
-    char const* const negative = "Invalid parameter, outliersThreshold should be positive";
     for (double const bad : {-0.1, nan}) {
         EXPECT_MATH_ERROR(ransac.setSuccessRatio(bad), "Invalid success ratio should be in [0;1[");
-        EXPECT_MATH_ERROR(ransac.setOutliersThreshold(bad), negative);
-        EXPECT_MATH_ERROR(lmeds.setOutliersRatio(bad), badRatio);
+        EXPECT_MATH_ERROR(ransac.setOutliersThreshold(bad),
+                          "Invalid parameter, outliersThreshold should be positive");
     }
-    for (double const bad : {0.0, 1.1, nan})
+    for (double const bad : {-0.1, 0.0, 1.1, nan})
         EXPECT_MATH_ERROR(ransac.setOutliersRatio(bad), badRatio);
-    EXPECT_MATH_ERROR(ransac.setSuccessRatio(1), "Invalid success ratio, can't ensure such ratio");
-    EXPECT_MATH_ERROR(lmeds.setOutliersRatio(0.0), badRatio);
+    for (double const bad : {-0.1, 0.0, nan})
+        EXPECT_MATH_ERROR(lmeds.setOutliersRatio(bad), badRatio);
     EXPECT_MATH_ERROR(lmeds.setOutliersRatio(0.5), "Invalid outliers ratio, should be in ]0;0.5[");
+    EXPECT_MATH_ERROR(ransac.setSuccessRatio(1), "Invalid success ratio, can't ensure such ratio");
     EXPECT_EQ(ransac.getSuccessRatio(), 0.99);
     EXPECT_EQ(ransac.getOutliersRatio(), 1.0);
     EXPECT_EQ(lmeds.getOutliersRatio(), 0.4);
