@@ -30,18 +30,21 @@ void write(std::string const& file, std::string const& text)
 
 void print(Panel const& panel)
 {
-    std::cout << panel.title << '\n';
+    std::cout << panel.id << '\n';
     for (auto const& [name, value] : panel.figures)
         std::cout << "  " << name << ": " << value << '\n';
 }
 
-void run(Options const& options)
+// The plane of the user's own points.
+void measurePoints(Options const& options)
 {
-    if (!options.points.empty()) {
-        Panel const panel = planePanel(options.points);
-        print(panel);
-        return write(options.picture, panel.picture);
-    }
+    Panel const panel = planePanel(options.points);
+    print(panel);
+    write(options.picture, panel.picture);
+}
+
+void measureData(Options const& options)
+{
     std::vector<Panel> const panels = {planePanel(options.data + "/street_scan.csv"),
                                        ellipsesPanel(options.data + "/coins_edges.csv"),
                                        registrationPanel(options.data + "/street_scan.csv"),
@@ -75,7 +78,7 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv);
 
     try {
-        run(options);
+        options.points.empty() ? measureData(options) : measurePoints(options);
         return 0;
     } catch (std::exception const& error) {
         std::cerr << "measuremath-demo: " << error.what() << '\n';

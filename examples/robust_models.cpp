@@ -8,38 +8,13 @@
 #include "math/Ransac.h"
 #include "math/SphereEstimator.h"
 #include "support/Measured.h"
+#include "support/NoisySurfaces.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iostream>
 
 namespace {
-
-constexpr double pi = 3.141592653589793;
-Vector const centre = Vector::of({5, 7, 9});
-
-// A point of each surface, with noise of 0.01 on the radius to find, 3.
-Vector onCircle()
-{
-    double const t = vaUnif(pi), r = 3.0 + vaGauss(0.01);
-    return Vector::of({r * std::cos(t), r * std::sin(t)});
-}
-Vector onEllipse()
-{
-    Vector const p = onCircle();
-    return Vector::of({0.8 * p[0] - 0.36 * p[1], 0.6 * p[0] + 0.48 * p[1]});
-}
-Vector onSphere()
-{
-    Vector const p = onCircle();
-    double const z = vaUnif(1.0), rho = std::sqrt(1.0 - z * z);
-    return Vector::of({rho * p[0], rho * p[1], z * p.length()});
-}
-Vector onCylinder()
-{
-    Vector const p = onCircle();
-    return Vector::of({vaUnif(4.0), std::abs(p[0]), p[1]});
-}
 
 // The last parameter of the round models, the semi-major axis of the conic.
 double radius(Vector const& params)
@@ -54,6 +29,7 @@ double radius(Vector const& params)
 template <class Model>
 bool isFound(Vector (*point)(), double box, double threshold)
 {
+    Vector const centre = Vector::of({5, 7, 9});
     std::vector<Vector> points;
     for (int i = 0; i < 200; ++i) {
         Vector p = point();
@@ -82,10 +58,10 @@ int main(int argc, char** argv)
     int found[4] = {};
     for (int run = 0; run < runs; ++run) {
         initRandGene(static_cast<unsigned int>(2 + run));
-        found[0] += isFound<EllipseEstimator>(onEllipse, 5.0, 0.25) ? 1 : 0;
-        found[1] += isFound<CircleEstimator>(onCircle, 20.0, 0.04) ? 1 : 0;
-        found[2] += isFound<SphereEstimator>(onSphere, 10.0, 0.04) ? 1 : 0;
-        found[3] += isFound<CylinderEstimator>(onCylinder, 10.0, 0.04) ? 1 : 0;
+        found[0] += isFound<EllipseEstimator>(noisy::onEllipse, 5.0, 0.25) ? 1 : 0;
+        found[1] += isFound<CircleEstimator>(noisy::onCircle, 20.0, 0.04) ? 1 : 0;
+        found[2] += isFound<SphereEstimator>(noisy::onSphere, 10.0, 0.04) ? 1 : 0;
+        found[3] += isFound<CylinderEstimator>(noisy::onCylinder, 10.0, 0.04) ? 1 : 0;
     }
     std::cout << "of " << runs << " runs, found: ellipse " << found[0] << ", circle " << found[1]
               << ", sphere " << found[2] << ", cylinder " << found[3] << '\n';

@@ -9,11 +9,9 @@ struct Figure {
     std::string value;
 };
 
-/// One section of the demonstration: a measurement, its figures and its picture.
+/// What one section of the demonstration shows: the figures of a measurement and its picture.
 struct Panel {
-    std::string id;  ///< Also the name of its source, panels/<id>.cpp.
-    std::string title;
-    std::string text;  ///< What was measured, and what the figures rest on.
+    std::string id;  ///< The section of page/page.html, and the source panels/<id>.cpp.
     std::vector<Figure> figures;
     std::string picture;  ///< An svg element.
 };

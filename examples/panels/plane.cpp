@@ -26,40 +26,27 @@ double tilt(Vector const& plane)
     return angle * 180.0 / 3.141592653589793;
 }
 
-// Counts the samples that the controller draws.
-class CountingPlane : public PlanEstimator {
-public:
-    mutable std::size_t nbSamples = 0;
-
-protected:
-    void computeDataRandomSample(std::vector<Vector>& sample) const override
-    {
-        ++nbSamples;
-        PlanEstimator::computeDataRandomSample(sample);
-    }
-};
-
-std::string picture(std::vector<Vector> const& points, Ransac const& ransac)
+std::string picture(Points const& points, Ransac const& ransac)
 {
-    std::vector<Vector> on, off;
+    Points on, off;
     for (unsigned int i = 0; i < points.size(); ++i)
         (ransac.isOutlier(i) ? off : on).push_back(points[i]);
-    Chart chart("Street scan from above: the points on the road form arcs about the sensor.",
-                "x [m]", "y [m]");
-    chart.dots("off the plane", Chart::grey, 1.6, off);
-    chart.dots("on the plane", Chart::blue, 1.6, on);
-    chart.dots("sensor", Chart::orange, 7.0, {Vector(3)});
-    return chart.svg();
+    return Chart("Street scan from above: the points on the road form arcs about the sensor.",
+                 "x [m]", "y [m]")
+        .dots("off the plane", Chart::grey, 1.6, off)
+        .dots("on the plane", Chart::blue, 1.6, on)
+        .dots("sensor", Chart::orange, 7.0, {Vector(3)})
+        .svg();
 }
 
 }  // namespace
 
 Panel planePanel(std::string const& pointFile)
 {
-    std::vector<Vector> const points = readPoints(pointFile, 3);
-    CountingPlane road;
+    Points const points = readPoints(pointFile, 3);
+    PlanEstimator road;
     Ransac ransac;
-    Repeated const runs = repeated([&] {
+    auto const [mean, deviation] = repeated([&] {
         //! [code]
         road.setDataColl(points);           // a PlanEstimator
         ransac.setEstimator(&road);         // a Ransac
@@ -71,25 +58,17 @@ Panel planePanel(std::string const& pointFile)
         Matrix const& cov = road.getEstimCov();
         double const heightError = uncertainty(height, plane, cov);
         //! [code]
-        return Vector::of({height(plane), tilt(plane), heightError, 1e3 * ransac.getInlierRms(),
+        return Vector::of({height(plane), tilt(plane), heightError, ransac.getInlierRms(),
                            static_cast<double>(points.size() - ransac.getNbOutliers())});
     });
-    auto const& [mean, deviation] = runs;
     double const share = 100.0 * mean[4] / static_cast<double>(points.size());
-    return {
-        "plane",
-        "A plane among outliers",
-        "A rotating laser scanner saw a street. The road is the plane that most of the points lie "
-        "on: found by random samples, then fitted to its own points alone. The scatter of the "
-        "points explains only a part of the spread over twenty runs with different samples: the "
-        "road is not quite flat, and which of its points count differs.",
-        {{"Points", count(points.size())},
-         {"Within 5 cm of the plane",
-          measured(mean[4], deviation[4], "") + "(" + quantity(share, 1, "%") + ")"},
-         {"RMS distance of these", measured(mean[3], deviation[3], "mm")},
-         {"Height of the sensor", measured(mean[0], deviation[0], "m")},
-         {"Of this, by the scatter", "±\u00a0" + quantity(mean[2], 4, "m")},
-         {"Tilt against the sensor", measured(mean[1], deviation[1], "°")},
-         {"Samples in a run", count(road.nbSamples / 20)}},
-        picture(points, ransac)};
+    return {"plane",
+            {{"Points", count(points.size())},
+             {"Within 5 cm of the plane",
+              measured(mean[4], deviation[4], "") + "(" + quantity(share, 1, "%") + ")"},
+             {"RMS distance of these", measured(1e3 * mean[3], 1e3 * deviation[3], "mm")},
+             {"Height of the sensor", measured(mean[0], deviation[0], "m")},
+             {"Of this, by the scatter", "±\u00a0" + quantity(1e3 * mean[2], 2, "mm")},
+             {"Tilt against the sensor", measured(mean[1], deviation[1], "°")}},
+            picture(points, ransac)};
 }

@@ -38,8 +38,7 @@ ConvexPolyedron measureBody(std::vector<Points> const& nearFaces)
 // Distance between the two faces across a direction, through the middle of the body.
 double extent(ConvexPolyedron const& body, std::size_t axis)
 {
-    Vector middle(3);
-    for (Vector const& top : body.getTops()) middle += top / body.getNbTops();
+    Vector const middle = centroid(body.getTops());
     double distance = 0.0;
     for (std::size_t i = 2 * axis; i < 2 * axis + 2; ++i)
         distance -= body.getPlane(i)(0, 3).dot(middle) + body.getPlane(i)[3];
@@ -48,18 +47,19 @@ double extent(ConvexPolyedron const& body, std::size_t axis)
 
 std::string picture(ConvexPolyedron const& body, std::vector<Points> const& nearFaces)
 {
-    Chart chart(
-        "The points near six faces of a bookcase, and the edges of the polyhedron that their "
-        "planes bound.",
-        "across the view [m]", "up the view [m]");
-    for (std::size_t i = 0; i < nearFaces.size(); ++i)
-        chart.dots(i == 0 ? "points near the faces" : "", Chart::blue, 1.4, seen(nearFaces[i]));
+    Points near;
+    std::vector<Points> edges;
     for (std::size_t i = 0; i < nearFaces.size(); ++i) {
-        Points face = body.getTopsOnPlane(i);
-        if (!face.empty()) face.push_back(face.front());
-        chart.line(i == 0 ? "polyhedron" : "", Chart::orange, 1.6, seen(face));
+        near.insert(near.end(), nearFaces[i].begin(), nearFaces[i].end());
+        edges.push_back(closed(seen(body.getTopsOnPlane(i))));
     }
-    return chart.svg();
+    return Chart(
+               "The points near six faces of a bookcase, and the edges of the polyhedron that "
+               "their planes bound.",
+               "across the view [m]", "up the view [m]")
+        .dots("points near the faces", Chart::blue, 1.4, seen(near))
+        .lines("polyhedron", Chart::orange, 1.6, edges)
+        .svg();
 }
 
 }  // namespace
@@ -76,20 +76,12 @@ Panel polyhedronPanel(std::string const& pointFile)
         double const volume = body.computeVolumeAndMaxErr(gridError, 0.0031);
         return Vector::of({extent(body, 0), extent(body, 1), extent(body, 2), volume, gridError});
     });
-    return {
-        "polyhedron",
-        "A body measured by its faces",
-        "One shot of a depth camera into a bookcase. Each face is the plane that most of the "
-        "points near it lie on; six of them bound the space inside, and a grid of points gives its "
-        "volume. A ± is the spread over twenty runs with different random samples. The camera "
-        "tells "
-        "depths in steps of 8 mm to 18 mm: how a face lies between two steps is what the runs "
-        "differ in.",
-        {{"Corners", count(body.getNbTops())},
-         {"Depth", measured(mean[0], deviation[0], "m")},
-         {"Width", measured(mean[1], deviation[1], "m")},
-         {"Height", measured(mean[2], deviation[2], "m")},
-         {"Volume", measured(mean[3], deviation[3], "m³")},
-         {"Error of the grid, at most", quantity(mean[4], 2, "%")}},
-        picture(body, nearFaces)};
+    return {"polyhedron",
+            {{"Corners", count(body.getNbTops())},
+             {"Depth", measured(mean[0], deviation[0], "m")},
+             {"Width", measured(mean[1], deviation[1], "m")},
+             {"Height", measured(mean[2], deviation[2], "m")},
+             {"Volume", measured(mean[3], deviation[3], "m³")},
+             {"Error of the grid, at most", quantity(mean[4], 2, "%")}},
+            picture(body, nearFaces)};
 }

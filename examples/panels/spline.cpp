@@ -11,8 +11,6 @@
 
 namespace {
 
-using Points = std::vector<Vector>;
-
 // The curve as a closed polygon fine enough for its length and area.
 Points polygon(BSpline const& curve)
 {
@@ -20,24 +18,7 @@ Points polygon(BSpline const& curve)
     curve.fastSplineToCurve(list, 0.01);
     Points points;
     for (auto const& p : list) points.push_back(Vector::of({p.x, p.y}));
-    points.push_back(points.front());
-    return points;
-}
-
-// Positive where the corners turn from x to y.
-double signedArea(Points const& corners)
-{
-    double twice = 0.0;
-    for (std::size_t i = 1; i < corners.size(); ++i)
-        twice += corners[i - 1][0] * corners[i][1] - corners[i][0] * corners[i - 1][1];
-    return 0.5 * twice;
-}
-
-double length(Points const& line)
-{
-    double sum = 0.0;
-    for (std::size_t i = 1; i < line.size(); ++i) sum += (line[i] - line[i - 1]).length();
-    return sum;
+    return closed(points);
 }
 
 }  // namespace
@@ -51,33 +32,28 @@ Panel splinePanel(std::string const& pointFile)
     curve.setSmoothParam(0.01);
     std::vector<MatchedPointInfo> matched = curve.initMatchedPointsByChordLength(outline);
     double const rms = curve.refinement(matched);
-    std::vector<Vector> normals;  // as strokes of 4 px, from the curve outward
+    std::vector<Points> normals;  // as strokes of 4 px, from the curve outward
     for (double s = 0.0; s < curve.getMaxS(); s += 0.25) {
-        normals.push_back(curve.computeCurvePoint(s));
-        normals.push_back(normals.back() - 4.0 * curve.computeNormalToCurve(s));
+        Vector const foot = curve.computeCurvePoint(s);
+        normals.push_back({foot, foot - 4.0 * curve.computeNormalToCurve(s)});
     }
     //! [code]
-    Points const corners = polygon(curve);
-    double const area = signedArea(corners), nbPoints = static_cast<double>(outline.size());
+    Points const line = polygon(curve);
+    double const nbPoints = static_cast<double>(outline.size());
     double const free = 2.0 * curve.getNbBSplines();
     double const sigma = rms * std::sqrt(nbPoints / (nbPoints - free));
-    double const areaError = sigma * length(corners) / std::sqrt(nbPoints);
-
-    Chart chart(
-        "The measured outline of a coin, the closed spline through it, and its outward normals.",
-        "x [px]", "y [px]", true);
-    chart.strokes("normals", Chart::grey, 1.2, normals);
-    chart.line("closed spline", Chart::orange, 2.0, corners);
-    chart.dots("measured", Chart::blue, 3.5, outline);
+    double const areaError = sigma * length(line) / std::sqrt(nbPoints);
     return {"spline",
-            "An outline as a spline",
-            "The edge of one worn coin, a closed curve of points in order. The control points are "
-            "fitted to "
-            "orthogonal distances, and the points matched anew until nothing moves.",
             {{"Measured points", count(outline.size())},
              {"Control points", std::to_string(curve.getNbBSplines())},
              {"RMS distance", quantity(rms, 3, "px")},
-             {"Area", measured(std::abs(area), areaError, "px²")},
-             {"Length", quantity(length(corners), 1, "px")}},
-            chart.svg()};
+             {"Area", measured(area(line), areaError, "px²")},
+             {"Length", quantity(length(line), 1, "px")}},
+            Chart("The measured outline of a coin, the closed spline through it, and its outward "
+                  "normals.",
+                  "x [px]", "y [px]", true)
+                .lines("normals", Chart::grey, 1.2, normals)
+                .line("closed spline", Chart::orange, 2.0, line)
+                .dots("measured", Chart::blue, 3.5, outline)
+                .svg()};
 }

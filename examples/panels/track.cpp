@@ -6,18 +6,14 @@
 #include "support/Chart.h"
 #include "support/Measured.h"
 #include "support/PlanarMotion.h"
+#include "support/RadarTarget.h"
 
 #include <cmath>
-#include <random>
 #include <stdexcept>
 
 namespace {
 
-using Points = std::vector<Vector>;
-constexpr int nbSteps = 60;            // of one second
-constexpr double rangeSigma = 0.5;     // m
-constexpr double bearingSigma = 0.05;  // rad
-constexpr double within95 = 5.991;     // squared distance that one in twenty exceeds, in the plane
+constexpr double within95 = 5.991;  // squared distance that one in twenty exceeds, in the plane
 
 //! [code]
 // PlanarMotion knows how a target moves on; this one says what is seen of it.
@@ -34,11 +30,6 @@ public:
 };
 //! [code]
 
-Vector fromPolar(double range, double bearing)
-{
-    return Vector::of({range * std::cos(bearing), range * std::sin(bearing)});
-}
-
 // Holds the position with a probability of 0.95.
 Points ellipse(Vector const& centre, Matrix const& cov)
 {
@@ -51,38 +42,20 @@ Points ellipse(Vector const& centre, Matrix const& cov)
     return points;
 }
 
-double rmsDistance(Points const& a, Points const& b)
-{
-    double squares = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i) squares += std::pow((a[i] - b[i]).length(), 2);
-    return std::sqrt(squares / static_cast<double>(a.size()));
-}
-
 }  // namespace
 
 Panel trackPanel()
 {
-    std::mt19937 generator(4);
-    std::normal_distribution<double> normal;
-    Matrix const R =
-        Matrix::of({{rangeSigma * rangeSigma, 0.0}, {0.0, bearingSigma * bearingSigma}});
     RadarTrack track;
     track.setParams(Vector::of({-60.0, 40.0, 0.0, 0.0}));
     track.setParamsCov(25.0 * Matrix(4, 4, Matrix::IDENTITY));
-
-    Chart chart(
-        "The true way of a target, its observed positions scattered about it, and the tracked "
-        "positions close to it with ellipses of 95 % confidence.",
-        "x [m]", "y [m]");
-    Points truth, seen, tracked;
+    Points truth, observed, tracked;
+    std::vector<Points> ellipses;
     std::size_t nbInside = 0;
-    for (int k = 1; k <= nbSteps; ++k) {
-        Vector const at = Vector::of({-60.0 + 2.0 * k, 40.0 + 25.0 * std::sin(0.1 * k)});
-        double const range = at.length() + rangeSigma * normal(generator);
-        double const bearing = std::atan2(at[1], at[0]) + bearingSigma * normal(generator);
+    for (auto const& [at, seen] : radar::sightings()) {
         //! [steps]
         track.predict();
-        track.setObs(Vector::of({range, bearing}), R);
+        track.setObs(seen, radar::noise);  // range, bearing, and their covariance
         track.update();
         //! [steps]
         if (track.getStatus() != Kalman::KL_OK) throw std::runtime_error(track.getStatusMessage());
@@ -91,28 +64,25 @@ Panel trackPanel()
         Matrix const cov = track.getParamsCov()(0, 0, 2, 2);
         if ((at - position).dot(cov.inverse() * (at - position)) < within95) ++nbInside;
         truth.push_back(at);
-        seen.push_back(fromPolar(range, bearing));
+        observed.push_back(fromPolar(seen[0], seen[1]));
         tracked.push_back(position);
-        chart.line(k == 1 ? "95 % ellipse" : "", Chart::grey, 0.7, ellipse(position, cov));
+        ellipses.push_back(ellipse(position, cov));
     }
-    chart.line("true way", Chart::green, 2.0, truth);
-    chart.dots("observed", Chart::blue, 3.5, seen);
-    chart.dots("tracked", Chart::orange, 4.5, tracked);
-
     Vector const x = track.getParams();
-    Matrix const P = track.getParamsCov();
+    Vector const variances = track.getParamsCov().getDiagVector();
     return {"track",
-            "A target tracked",
-            "Made data: a target on a curved way, seen every second from the origin by range "
-            "(±\u00a00.5\u00a0m) "
-            "and bearing (±\u00a00.05\u00a0rad). An iterated extended Kalman filter follows it, "
-            "and its "
-            "covariance tells how far to trust each position.",
-            {{"RMS error of the observations", quantity(rmsDistance(seen, truth), 2, "m")},
+            {{"RMS error of the observations", quantity(rmsDistance(observed, truth), 2, "m")},
              {"RMS error of the track", quantity(rmsDistance(tracked, truth), 2, "m")},
-             {"Truth inside the 95 % ellipse", count(nbInside) + " of " + count(nbSteps)},
-             {"Last position, x", measured(x[0], std::sqrt(P[0][0]), "m")},
-             {"Last position, y", measured(x[1], std::sqrt(P[1][1]), "m")},
-             {"Last speed along x", measured(x[2], std::sqrt(P[2][2]), "m/s")}},
-            chart.svg()};
+             {"Truth inside the 95 % ellipse", count(nbInside) + " of " + count(truth.size())},
+             {"Last position, x", measured(x[0], std::sqrt(variances[0]), "m")},
+             {"Last position, y", measured(x[1], std::sqrt(variances[1]), "m")},
+             {"Last speed along x", measured(x[2], std::sqrt(variances[2]), "m/s")}},
+            Chart("The true way of a target, its observed positions scattered about it, and the "
+                  "tracked positions close to it with ellipses of 95 % confidence.",
+                  "x [m]", "y [m]")
+                .lines("95 % ellipse", Chart::grey, 0.7, ellipses)
+                .line("true way", Chart::green, 2.0, truth)
+                .dots("observed", Chart::blue, 3.5, observed)
+                .dots("tracked", Chart::orange, 4.5, tracked)
+                .svg()};
 }

@@ -1,15 +1,12 @@
 #pragma once
 
-#include "math/Vector.h"
+#include "support/Points.h"
 
 #include <array>
 #include <cmath>
-#include <vector>
 
 /// The bookcase of bookcase_scan.csv, as data/README.md describes it: where its faces are about.
 namespace bookcase {
-
-using Points = std::vector<Vector>;
 
 /// Rough directions of the bookcase in the camera's frame: out of the wall, to the left, up.
 inline Vector const directions[] = {Vector::of({-0.982, 0.080, 0.169}),

@@ -54,38 +54,37 @@ Chart::Chart(std::string description, std::string xLabel, std::string yLabel, bo
 {
 }
 
-void Chart::dots(std::string legend, char const* colour, double size, std::vector<Vector> points)
+Chart& Chart::dots(std::string legend, char const* colour, double size, Points points)
 {
-    _series.push_back({std::move(legend), colour, size, std::move(points), 1});
+    _series.push_back({std::move(legend), colour, size, {std::move(points)}, true});
+    return *this;
 }
 
-void Chart::strokes(std::string legend, char const* colour, double width,
-                    std::vector<Vector> points)
+Chart& Chart::line(std::string legend, char const* colour, double width, Points points)
 {
-    _series.push_back({std::move(legend), colour, width, std::move(points), 2});
+    return lines(std::move(legend), colour, width, {std::move(points)});
 }
 
-void Chart::line(std::string legend, char const* colour, double width, std::vector<Vector> points)
+Chart& Chart::lines(std::string legend, char const* colour, double width, std::vector<Points> lines)
 {
-    std::size_t const length = points.size();
-    _series.push_back({std::move(legend), colour, width, std::move(points), length});
+    _series.push_back({std::move(legend), colour, width, std::move(lines), false});
+    return *this;
 }
 
 // Holds every point with a margin of 3 % about them.
 Chart::Frame Chart::frame() const
 {
-    double low[2], high[2];
-    std::fill(low, low + 2, std::numeric_limits<double>::max());
-    std::fill(high, high + 2, std::numeric_limits<double>::lowest());
-    for (Series const& series : _series) {
-        for (Vector const& p : series.points) {
-            double const place[] = {p[0], _up * p[1]};
-            for (int k = 0; k < 2; ++k) {
-                low[k] = std::min(low[k], place[k]);
-                high[k] = std::max(high[k], place[k]);
+    double const most = std::numeric_limits<double>::max();
+    double low[] = {most, most}, high[] = {-most, -most};
+    for (Series const& series : _series)
+        for (Points const& line : series.lines)
+            for (Vector const& p : line) {
+                double const place[] = {p[0], _up * p[1]};
+                for (int k = 0; k < 2; ++k) {
+                    low[k] = std::min(low[k], place[k]);
+                    high[k] = std::max(high[k], place[k]);
+                }
             }
-        }
-    }
     double const dx = 1.06 * (high[0] - low[0]), dy = 1.06 * (high[1] - low[1]);
     double const scale = std::min((right - left) / dx, maxHeight / dy);
     return {0.5 * (low[0] + high[0] - (right - left) / scale), 0.5 * (low[1] + high[1] + dy), scale,
@@ -117,46 +116,50 @@ std::string Chart::axes(Frame const& f) const
 std::string Chart::path(Series const& series, Frame const& f) const
 {
     using Place = std::pair<long, long>;
-    std::vector<Place> places;
-    for (Vector const& p : series.points)
-        places.emplace_back(std::lround(10.0 * f.x(p[0])), std::lround(10.0 * f.y(_up * p[1])));
-    if (series.length == 1) {
-        std::set<Place> const distinct(places.begin(), places.end());
-        places.assign(distinct.begin(), distinct.end());
-    }
     std::ostringstream out;
     out << "<path stroke=\"" << series.colour << "\" stroke-width=\"" << 10.0 * series.width
         << "\" d=\"";
     Place last(0, 0);
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        auto const [x, y] = places[i];
-        out << (i % series.length == 0 ? 'm' : 'l') << x - last.first << ' ' << y - last.second
-            << (series.length == 1 ? "h0" : "");
-        last = places[i];
+    for (Points const& line : series.lines) {
+        std::vector<Place> places;
+        for (Vector const& p : line)
+            places.emplace_back(std::lround(10.0 * f.x(p[0])), std::lround(10.0 * f.y(_up * p[1])));
+        if (series.areDots) {
+            std::set<Place> const distinct(places.begin(), places.end());
+            places.assign(distinct.begin(), distinct.end());
+        }
+        char command = 'm';
+        for (auto const& [x, y] : places) {
+            out << command << x - last.first << ' ' << y - last.second
+                << (series.areDots ? "h0" : "");
+            command = series.areDots ? 'm' : 'l';
+            last = {x, y};
+        }
     }
     out << "\"/>\n";
     return out.str();
 }
 
-// One entry after the other, a character being about 7 pixels wide. On return y is below them.
+// A row of entries, or more where 8 pixels a character do not fit. On return y is below them.
 std::string Chart::legend(double& y) const
 {
     std::ostringstream out;
-    double x = left;
+    double width = 0.0;
     for (Series const& series : _series) {
-        if (series.legend.empty()) continue;
-        bool const areDots = series.length == 1;
-        double const length = 34.0 + 6.8 * static_cast<double>(series.legend.size());
-        if (x > left && x + length > sheetWidth) {
-            x = left;
+        double const length = 32.0 + 8.0 * static_cast<double>(series.legend.size());
+        bool const beginsRow = width == 0.0 || width + length > sheetWidth - left;
+        if (beginsRow) {
+            out << (width == 0.0 ? "" : "</text>\n") << "<text x=\"" << left << "\" y=\"" << y
+                << "\">";
             y += 20.0;
+            width = 0.0;
         }
-        out << "<path stroke=\"" << series.colour << "\" stroke-linecap=\"round\" stroke-width=\""
-            << (areDots ? 7.0 : 3.0) << "\" d=\"M" << x + (areDots ? 8.0 : 0.0) << ' ' << y - 4.0
-            << (areDots ? "h0" : "h16") << "\"/>" << text("start", x + 22.0, y, series.legend);
-        x += length;
+        out << "<tspan font-weight=\"bold\" fill=\"" << series.colour << "\" dx=\""
+            << (beginsRow ? 0 : 14) << "\">" << (series.areDots ? "●" : "—") << "</tspan> "
+            << series.legend;
+        width += length;
     }
-    y += 8.0;
+    out << "</text>\n";
     return out.str();
 }
 
@@ -167,7 +170,7 @@ std::string Chart::svg() const
     std::string const entries = legend(bottom);
     std::ostringstream out;
     out << "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" aria-label=\"" << _description
-        << "\" viewBox=\"0 0 " << sheetWidth << ' ' << std::ceil(bottom)
+        << "\" viewBox=\"0 0 " << sheetWidth << ' ' << std::ceil(bottom - 12.0)
         << "\" font-family=\"system-ui, sans-serif\" font-size=\"14\" fill=\"#33414d\">\n"
         << axes(f)
         << "<g transform=\"scale(.1)\" fill=\"none\" stroke-linecap=\"round\" "

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "math/Vector.h"
+#include "support/Points.h"
 
 #include <string>
 #include <vector>
@@ -19,14 +19,14 @@ public:
     /// @param yDown        as in images: the second coordinate grows downwards.
     Chart(std::string description, std::string xLabel, std::string yLabel, bool yDown = false);
 
-    /// Dots of this diameter in pixels; without a legend where that is empty.
-    void dots(std::string legend, char const* colour, double size, std::vector<Vector> points);
-
-    /// Strokes of this width in pixels, each from one point to the next of the pairs.
-    void strokes(std::string legend, char const* colour, double width, std::vector<Vector> points);
+    /// Dots of this diameter in pixels.
+    Chart& dots(std::string legend, char const* colour, double size, Points points);
 
     /// A line through the points, of this width in pixels.
-    void line(std::string legend, char const* colour, double width, std::vector<Vector> points);
+    Chart& line(std::string legend, char const* colour, double width, Points points);
+
+    /// Several such lines under one legend.
+    Chart& lines(std::string legend, char const* colour, double width, std::vector<Points> lines);
 
     /// The svg element. At least two different points must have been drawn.
     std::string svg() const;
@@ -36,8 +36,8 @@ private:
         std::string legend;
         char const* colour;
         double width;
-        std::vector<Vector> points;
-        std::size_t length;  // points a stroke: 1 for dots
+        std::vector<Points> lines;  // for dots: all of them as one
+        bool areDots;
     };
     struct Frame;
 

@@ -50,17 +50,14 @@ std::string code(std::string_view source)
     return result;
 }
 
-std::string section(Panel const& panel)
+std::string result(Panel const& panel)
 {
     std::string figures;
     for (auto const& [name, value] : panel.figures)
         figures += "<tr><th scope=\"row\">" + escaped(name) + "</th><td>" + escaped(value) +
                    "</td></tr>\n";
-    return filled(embedded("page/section.html"),
-                  {{"id", panel.id},
-                   {"title", escaped(panel.title)},
-                   {"text", escaped(panel.text)},
-                   {"figures", figures},
+    return filled(embedded("page/result.html"),
+                  {{"figures", figures},
                    {"code", escaped(code(embedded("panels/" + panel.id + ".cpp")))},
                    {"picture", panel.picture}});
 }
@@ -69,12 +66,7 @@ std::string section(Panel const& panel)
 
 std::string page(std::vector<Panel> const& panels)
 {
-    std::string contents, sections;
-    for (Panel const& panel : panels) {
-        contents += "<li><a href=\"#" + panel.id + "\">" + escaped(panel.title) + "</a></li>\n";
-        sections += section(panel);
-    }
-    return filled(embedded("page/page.html"), {{"contents", contents},
-                                               {"sections", sections},
-                                               {"version", measuremath::versionString()}});
+    Values values = {{"version", measuremath::versionString()}};
+    for (Panel const& panel : panels) values.emplace_back(panel.id, result(panel));
+    return filled(embedded("page/page.html"), values);
 }

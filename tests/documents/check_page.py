@@ -29,7 +29,7 @@ def check_section(section, examples):
     name = section.get("id")
     picture, = section.iter(SVG + "svg")
     assert picture.get("role") == "img" and len(picture.get("aria-label")) > 20, name
-    assert {"[m]", "[px]"} & set(" ".join(t.text for t in picture.iter(SVG + "text")).split()), name
+    assert {"[m]", "[px]"} & set(" ".join(picture.itertext()).split()), name
 
     figures = {row.find("th").text: row.find("td").text for row in section.iter("tr")}
     assert len(figures) >= 5 and "±" in " ".join(figures.values()), (name, figures)
