@@ -143,6 +143,9 @@ public:
             [=](double* work, int lwork) { return routine(a, tau, work, lwork); }));
     }
 
+    // Elements whose norms are beyond the largest double do not survive DGEQRF and DGELQF.
+    void requireFinite() const { require(lapack::isFinite(_array), "Matrix elements too large"); }
+
     double const* data() const { return _array.begin(); }
 
 private:
@@ -186,6 +189,7 @@ void qr(Matrix const& A, Matrix& Q, Matrix& R)
     reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
         return lapack::geqrf(m, n, a, m, tau, work, lwork);
     });
+    reflectors.requireFinite();
     measuremath::transpose(reflectors.data(), n, k, m, R.data());
     zeroBelowDiagonal(R);
     reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
@@ -208,6 +212,7 @@ void lq(Matrix const& A, Matrix& L, Matrix& Q)
     reflectors.apply([=](double* a, double* tau, double* work, int lwork) {
         return lapack::gelqf(m, n, a, m, tau, work, lwork);
     });
+    reflectors.requireFinite();
     measuremath::transpose(reflectors.data(), k, m, m, L.data());
     zeroAboveDiagonal(L);
     reflectors.apply([=](double* a, double* tau, double* work, int lwork) {

@@ -136,14 +136,16 @@ MEASUREMATH_API void qrSolve(Matrix const& A, Vector const& b, Vector& x);
 ///
 /// @param[out] Q  m × k, orthonormal columns.
 /// @param[out] R  k × n, upper triangular (trapezoidal for m < n).
-/// @throws MathError "Invalid matrix Q size", "Invalid matrix R size".
+/// @throws MathError "Invalid matrix Q size", "Invalid matrix R size"; "Matrix elements too large"
+///         when the length of a column overflows.
 MEASUREMATH_API void qr(Matrix const& A, Matrix& Q, Matrix& R);
 
 /// Thin factors A = L · Q (DGELQF, DORGLQ).
 ///
 /// @param[out] L  m × k, lower triangular (trapezoidal for m > n).
 /// @param[out] Q  k × n, orthonormal rows.
-/// @throws MathError "Invalid matrix L size", "Invalid matrix Q size".
+/// @throws MathError "Invalid matrix L size", "Invalid matrix Q size"; "Matrix elements too large"
+///         when the length of a row overflows.
 MEASUREMATH_API void lq(Matrix const& A, Matrix& L, Matrix& Q);
 
 /// @}

@@ -184,8 +184,8 @@ Roots rootsOfSet(Coefficients const& whole, Edges set)
 }
 
 struct Evaluation {
-    double
-        error;  // |p(z)| / Σ |c_i z^(n-i)|: the relative change of coefficients that makes z a root
+    // |p(z)| / Σ |c_i z^(n-i)|: the relative change of coefficients that makes z a root.
+    double error;
     Complex step;  // p(z) / p'(z)
 };
 
