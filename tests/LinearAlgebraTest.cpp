@@ -302,6 +302,18 @@ TEST(LinearAlgebra, SingularAndIndefiniteMatricesFailWithZeros)
     EXPECT_MATH_ERROR(qrSolve(Matrix::of({{1, 0}, {2, 0}}), x, x), refused);
 }
 
+TEST(LinearAlgebra, FactorsThatOverflowAreRefused)
+{
+    Matrix const A = Matrix::of({{1.7e308, 1.7e308}, {1.7e308, -1.5e308}});
+    Outputs o(2);
+    EXPECT_MATH_ERROR(qr(A, o.M, o.N), "Matrix elements too large");
+    EXPECT_MATH_ERROR(lq(A, o.N, o.M), "Matrix elements too large");
+    EXPECT_EQ(o.M[0][0], Outputs::untouched);
+    EXPECT_EQ(o.N[0][0], Outputs::untouched);
+    qr(0.25 * A, o.M, o.N);
+    EXPECT_TRUE(isNear(o.M.transpose() * o.M, identity(2), 1e-15));
+}
+
 TEST(LinearAlgebra, EmptyMatricesLeaveTheOutputsAlone)
 {
     Outputs o(0);
