@@ -22,8 +22,10 @@ write_basic_package_version_file(
 install(FILES
     ${PROJECT_BINARY_DIR}/MeasureMathConfig.cmake
     ${PROJECT_BINARY_DIR}/MeasureMathConfigVersion.cmake
-    cmake/FindCminpack.cmake
     DESTINATION ${package_dir} COMPONENT development)
+if(NOT BUILD_SHARED_LIBS)
+    install(FILES cmake/FindCminpack.cmake DESTINATION ${package_dir} COMPONENT development)
+endif()
 
 configure_file(cmake/measuremath.pc.in ${PROJECT_BINARY_DIR}/measuremath.pc.configured @ONLY)
 # The prefix is known only at install time (cmake --install --prefix).
@@ -35,7 +37,11 @@ install(CODE "
 install(FILES ${PROJECT_BINARY_DIR}/measuremath.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-install(FILES debugger/measuremath-gdb.py debugger/measuremath.natvis
+set(debugger_files debugger/measuremath.natvis)
+if(NOT MEASUREMATH_PACKAGES)  # there gdb finds the one below by itself
+    list(APPEND debugger_files debugger/measuremath-gdb.py)
+endif()
+install(FILES ${debugger_files}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/measuremath/debugger COMPONENT development)
 if(BUILD_SHARED_LIBS)
     # gdb looks for <its data directory>/auto-load/<path of the library>-gdb.py; again, the prefix is
@@ -48,7 +54,8 @@ endif()
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR}
     COMPONENT documentation OPTIONAL)
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+    PATTERN CMakeLists.txt EXCLUDE)  # part of this build
 
 if(MEASUREMATH_BUILD_EXAMPLES)
     install(TARGETS measuremath-demo RUNTIME COMPONENT demonstration)

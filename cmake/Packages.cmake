@@ -19,7 +19,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/library)
 set(library_package libmeasuremath${PROJECT_VERSION_MAJOR})
 set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(about "MeasureMath turns noisy measured points into planes, lines, ellipses, rigid
-transforms, tracks and curves, each with its residuals and its covariance.")
+transforms, tracks and curves. Fits tell their residuals, estimates their
+covariance.")
 
 # Names and describes the package of `component`, and installs the documents that Debian asks of
 # each package.
@@ -62,6 +63,8 @@ measuremath_package(documentation libmeasuremath-doc doc
     "numerical library for measurement, documents and examples"
     "This package holds the manual as HTML and the sources of the examples.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+install(FILES packaging/doc-base DESTINATION ${CMAKE_INSTALL_DATADIR}/doc-base
+    RENAME libmeasuremath-doc.measuremath COMPONENT documentation)
 
 measuremath_package(demonstration measuremath-demo science
     "numerical library for measurement, demonstration"

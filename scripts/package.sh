@@ -13,5 +13,8 @@ lintian --fail-on error build/package/*.deb
 for package in build/package/*.deb; do
     printf '\n%s\n' "${package##*/}"
     dpkg-deb --field "$package" Depends
-    dpkg-deb --contents "$package" | awk '$1 !~ /^d/ {print "    " $6, $7, $8}'
+    dpkg-deb --contents "$package" | awk '$1 ~ /^d/ {next}
+        /\/html\// {++pages; next}
+        {print "    " $6, $7, $8}
+        END {if (pages) print "    " pages " files of the manual"}'
 done
