@@ -11,25 +11,21 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace {
 
 constexpr double epsilon = std::numeric_limits<double>::epsilon();
 
-// Short systems are decomposed as they are, tall ones after a reduction, block by block; both kinds
-// and the border.
-struct Shape {
-    int rows;
-    int cols;
-};
-constexpr Shape shapes[] = {{3, 0},  {1, 1},  {4, 4},   {5, 4},   {63, 2},
-                            {64, 2}, {65, 2}, {500, 1}, {200, 6}, {2500, 3}};
+// Rows and columns. Short systems are decomposed as they are, tall ones after a reduction, block by
+// block; both kinds and the border.
+constexpr std::pair<int, int> shapes[] = {{3, 0},  {1, 1},  {4, 4},   {5, 4},   {63, 2},
+                                          {64, 2}, {65, 2}, {500, 1}, {200, 6}, {2500, 3}};
 
 TEST(SVDSolver, AgreesWithTheGeneralLeastSquaresRoutine)
 {
     RandomData random(31);
-    for (auto const [m, n] : shapes) {
+    for (auto const& [m, n] : shapes) {
         SCOPED_TRACE(std::to_string(m) + " x " + std::to_string(n));
         Matrix const A = random.matrix(m, n);
         Vector const b = random.vector(m);
@@ -79,7 +75,7 @@ TEST(SVDSolver, TakesTheSolutionOfMinimumNormWhereColumnsDepend)
 TEST(SVDSolver, HomogeneousSolutionIsTheUnitVectorOfTheNullSpace)
 {
     RandomData random(32);
-    for (auto const [m, n] : shapes) {
+    for (auto const& [m, n] : shapes) {
         SCOPED_TRACE(std::to_string(m) + " x " + std::to_string(n));
         Vector const direction = random.vector(n);
         Vector const expected = direction / direction.length();
@@ -160,32 +156,29 @@ TEST(SVDSolver, DerivedClassFindsTheFactorsOfATallMatrix)
     Open().solve(RandomData(33).matrix(300, 3), Vector(300));
 }
 
-class ScriptedSolver : public LinearSolver {
-protected:
-    void solveSystem(Matrix const& A) override { solveSystem(A, Vector()); }
-    void solveSystem(Matrix const& A, Vector const&) override
-    {
-        EXPECT_TRUE(_vecSol->equals(Vector(A.getCol()), 0.0));
-        EXPECT_TRUE(_cov->equals(Matrix(2, 2, Matrix::IDENTITY), 0.0));
-        EXPECT_EQ(_matCond, -1.0);
-        EXPECT_EQ(_matRank, UINT_MAX);
-        (*_vecSol)[0] = 3.0;
-    }
-};
-
 TEST(LinearSolver, DerivesTheStatisticsFromTheSolutionOfADerivedClass)
 {
+    struct Scripted : LinearSolver {
+        void solveSystem(Matrix const& A) override { solveSystem(A, Vector()); }
+        void solveSystem(Matrix const& A, Vector const&) override
+        {
+            EXPECT_TRUE(isNear(*_vecSol, Vector(A.getCol()), 0));
+            EXPECT_TRUE(isNear(*_cov, Matrix(2, 2, Matrix::IDENTITY), 0));
+            EXPECT_EQ(_matCond, -1.0);
+            EXPECT_EQ(_matRank, UINT_MAX);
+            (*_vecSol)[0] = 3.0;
+        }
+    } solver;
     Matrix const A = Matrix::of({{1, 0}, {0, 1}, {2, 0}, {0, 0}, {0, 0}, {0, 0}});
-    ScriptedSolver solver;
     for (int pass = 0; pass < 2; ++pass) {
         solver.solve(A, Vector::of({1, 0, 5, 0, 0, 1}));
-        EXPECT_TRUE(solver.getResiduals().equals(Vector::of({2, 0, 1, 0, 0, -1}), 0.0));
+        EXPECT_TRUE(isNear(solver.getResiduals(), Vector::of({2, 0, 1, 0, 0, -1}), 0));
         EXPECT_DOUBLE_EQ(solver.getRMS(), 1.0);
         EXPECT_DOUBLE_EQ(solver.getSEUW(), std::sqrt(1.5));
-        EXPECT_TRUE(solver.getCov().equals(Matrix(2, 2, Matrix::IDENTITY) * 1.5, 4.0 * epsilon));
+        EXPECT_TRUE(isNear(solver.getCov(), 1.5 * Matrix(2, 2, Matrix::IDENTITY), 4.0 * epsilon));
     }
     solver.solve(A);
-    EXPECT_TRUE(solver.getResiduals().equals(Vector::of({3, 0, 6, 0, 0, 0}), 0.0));
+    EXPECT_TRUE(isNear(solver.getResiduals(), Vector::of({3, 0, 6, 0, 0, 0}), 0));
 }
 
 }  // namespace

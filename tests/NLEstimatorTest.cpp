@@ -14,6 +14,7 @@
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
 #include "support/ReferenceValues.h"
+#include "support/ScriptedCostFun.h"
 
 #include <gtest/gtest.h>
 
@@ -90,33 +91,25 @@ TEST_F(RoundModels, RefuseDegenerateDataAndTakeASymmetricStart)
 // r = params[0] · exp(params[1] · x) - y, as a user would write it.
 class ExponentialEstimator : public NLEstimator {
 public:
-    ExponentialEstimator() { init(2, 2, new Cost); }
+    ExponentialEstimator() { init(2, 2, new Scripted<>); }
 
 protected:
-    struct Cost : CostFun {
-        void load(Points const& points)
-        {
-            data = points;
-            initCostFun(static_cast<unsigned int>(points.size()), 2);
-            setBoolAnaDer(false);
-        }
-        void computeFunValue(Vector const& p) override { evaluate(p, data, _funValue); }
-        Points data;
-    };
-    static void evaluate(Vector const& p, Points const& data, Vector& r)
-    {
-        for (int i = 0; i < r.getSize(); ++i) {
-            Vector const& datum = data[static_cast<std::size_t>(i)];
-            r[i] = p[0] * std::exp(p[1] * datum[0]) - datum[1];
-        }
-    }
     void prepareCostFun(Points const& points) override
     {
-        static_cast<Cost&>(*_costFun).load(points);
+        auto& f = static_cast<Scripted<>&>(*_costFun);
+        f.initCostFun(static_cast<unsigned int>(points.size()), 2);
+        f.setBoolAnaDer(false);
+        f.fun = [points](Vector const& p, Vector& r) { r = misfits(p, points); };
     }
-    void computeResiduals(Vector const& params, Vector& residuals) const override
+    void computeResiduals(Vector const& p, Vector& r) const override
     {
-        evaluate(params, getDataColl(), residuals);
+        r = misfits(p, getDataColl());
+    }
+    static Vector misfits(Vector const& p, Points const& points)
+    {
+        std::vector<double> r;
+        for (Vector const& point : points) r.push_back(p[0] * std::exp(p[1] * point[0]) - point[1]);
+        return toVector(r);
     }
 };
 
@@ -152,19 +145,6 @@ TEST(NLEstimator, FitsAUsersModelAndKeepsItsLifeCycle)
     EXPECT_MATH_ERROR(model.getCostFun(), "Call estim before use");
 }
 
-Points ellipsePoints(RandomData& random, Vector const& cart, int n, double arc, double sigma)
-{
-    Points points;
-    for (int i = 0; i < n; ++i) {
-        double const t = random.uniform(0.0, arc);
-        double const x = (cart[3] + random.normal(sigma)) * std::cos(t),
-                     y = (cart[4] + random.normal(sigma)) * std::sin(t);
-        double const c = std::cos(cart[2]), s = std::sin(cart[2]);
-        points.push_back(Vector::of({cart[0] + c * x - s * y, cart[1] + s * x + c * y}));
-    }
-    return points;
-}
-
 TEST(EllipseEstimator, UnitCircleFromFivePointsHasZeroResiduals)
 {
     Points points;
@@ -187,16 +167,22 @@ TEST(EllipseEstimator, UnitCircleFromFivePointsHasZeroResiduals)
 
 TEST(EllipseEstimator, IsFoundAmongOutliersAndCovarianceHolds)
 {
-    Vector const cart = Vector::of({30.0, -20.0, 0.6, 8.0, 5.0});
+    Vector const centre = Vector::of({30.0, -20.0});
+    Vector const x = Vector::of({std::cos(0.6), std::sin(0.6)}), y = Vector::of({-x[1], x[0]});
     Vector quad;
-    ellipticCartToQuadParams(cart, quad);
+    ellipticCartToQuadParams(Vector::of({centre[0], centre[1], 0.6, 8.0, 5.0}), quad);
     RandomData random(7);
     double chiSquare = 0.0;
     constexpr int runs = 60;
     for (int run = 0; run < runs; ++run) {
-        Points points = ellipsePoints(random, cart, 120, 2.0 * pi, 0.005);
-        for (int i = 0; i < 60; ++i)
-            points.push_back(Vector::of({random.uniform(20, 40), random.uniform(-30, -10)}));
+        Points good;
+        for (int i = 0; i < 120; ++i) {
+            double const t = random.uniform(0.0, 2.0 * pi), a = 8.0 + random.normal(0.005);
+            good.push_back(centre + a * std::cos(t) * x +
+                           (5.0 + random.normal(0.005)) * std::sin(t) * y);
+        }
+        Points points = good;
+        for (Vector const& p : random.vectors(60, 2, -10, 10)) points.push_back(centre + p);
         EllipseEstimator ellipse;
         ellipse.setDataColl(points);
         Ransac ransac;
@@ -207,7 +193,7 @@ TEST(EllipseEstimator, IsFoundAmongOutliersAndCovarianceHolds)
         initRandGene(static_cast<unsigned int>(run + 2));
         ASSERT_TRUE(ransac.robustEstimation());
         EXPECT_LE(ransac.getNbOutliers(), 60U);
-        ellipse.setDataColl(Points(points.begin(), points.begin() + 120));
+        ellipse.setDataColl(good);
         ASSERT_TRUE(ellipse.estim());
         double const error = ellipse.getEstimParams()[1] - quad[1];
         chiSquare += error * error / ellipse.getEstimCov()[1][1];

@@ -160,21 +160,17 @@ TEST(Ransac, FirstOfTiesWinsAndTheThresholdIsStrict)
 
 TEST(LMedS, ThresholdComesFromTheLeastMedianOfSquares)
 {
-    struct Case {
-        std::vector<double> residuals;
-        double median;  // of the squares
-    };
-    Case const cases[] = {
+    std::pair<std::vector<double>, double> const cases[] = {
+        // residuals and the median of their squares
         {{1, -2, 3, 4, 5}, 9.0},
         {{6, 1, -2, 3, 4, 5}, 12.5},  // mean of the two in the middle
         {{1, -2, 3, nan, 1e200}, 9.0},
         {{0, 0, 0, 0, 7, 7}, 0.0},
     };
-    for (Case const& c : cases) {
-        auto const n = static_cast<unsigned int>(c.residuals.size());
-        ScriptedEstimator estimator(2, n, [&c](int k) {
-            // Later trials are worse or equal.
-            std::vector<double> r = c.residuals;
+    for (auto const& [residuals, median] : cases) {
+        auto const n = static_cast<unsigned int>(residuals.size());
+        ScriptedEstimator estimator(2, n, [&given = residuals](int k) {
+            std::vector<double> r = given;  // later trials are worse or equal
             if (k > 0) std::reverse(r.begin(), r.end());
             for (double& x : r) x *= k > 1 ? 2.0 : 1.0;
             return r;
@@ -183,11 +179,11 @@ TEST(LMedS, ThresholdComesFromTheLeastMedianOfSquares)
         lmeds.setEstimator(&estimator);
         ASSERT_TRUE(lmeds.robustEstimation());
         EXPECT_EQ(estimator.trials, 10) << "0.99 and 0.4 take 10 samples of two";
-        double const sigma = 1.4826 * (1.0 + 5.0 / (n - 2)) * std::sqrt(c.median);
+        double const sigma = 1.4826 * (1.0 + 5.0 / (n - 2)) * std::sqrt(median);
         double const threshold = std::max(6.25 * sigma * sigma, 1.4901161193847656e-08);
         EXPECT_DOUBLE_EQ(lmeds.getOutliersThreshold(), threshold);
         for (unsigned int i = 0; i < n; ++i)
-            EXPECT_EQ(lmeds.isOutlier(i), !(c.residuals[i] * c.residuals[i] < threshold)) << i;
+            EXPECT_EQ(lmeds.isOutlier(i), !(residuals[i] * residuals[i] < threshold)) << i;
     }
 }
 

@@ -65,22 +65,6 @@ TEST(Rotation, ConversionsAgreeWithReferenceValues)
     }
 }
 
-TEST(Rotation, MatricesAreOrthonormalAndRightHanded)
-{
-    RandomData random(11);
-    for (int i = 0; i < 500; ++i) {
-        Matrix made[4] = {identity, identity, identity, identity};
-        eulerToMatrix(random.vector(3, -4, 4), made[0]);
-        vectToMatrix(random.vector(3, -4, 4), made[1]);
-        quatToMatrix(random.vector(4, -4, 4), made[2]);
-        azElRoToMatrix(random.vector(3, -4, 4), made[3]);
-        for (Matrix const& R : made) {
-            EXPECT_LT(ulps(R.transpose() * R, identity), tolerance);
-            EXPECT_NEAR(R.determinant3x3(), 1, tolerance * 0x1p-52);
-        }
-    }
-}
-
 TEST(Rotation, ExactHalfAndThirdTurnsTakeTheirBranches)
 {
     double const a = pi / std::sqrt(2.0);

@@ -72,7 +72,6 @@ TEST(Vector, ScalingByOneKeepsSharing)
     Vector const v = Vector::of({1, -2, 4});
     Vector w = v;
     w *= 1.0;
-    w /= 0.0;
     EXPECT_EQ(w.cbegin(), v.cbegin());
     EXPECT_EQ((v * 1.0).cbegin(), v.cbegin());
     w *= 2.0;
@@ -85,12 +84,12 @@ TEST(Vector, ScalingByOneKeepsSharing)
 
 TEST(Vector, DivideAssignByZeroLeavesItUnchangedWhereDivideGivesInfinities)
 {
-    Vector v = Vector::of({1, -1, 0});
+    Vector const v = Vector::of({1, -1, 0});
     Vector const quotient = v / 0.0;
-    EXPECT_EQ(quotient[0], infinity);
-    EXPECT_EQ(quotient[1], -infinity);
-    EXPECT_TRUE(std::isnan(quotient[2]));
-    expectSame(v /= 0.0, Vector::of({1, -1, 0}));
+    EXPECT_TRUE(quotient[0] == infinity && quotient[1] == -infinity && std::isnan(quotient[2]));
+    Vector w = v;
+    w /= 0.0;
+    EXPECT_EQ(w.cbegin(), v.cbegin());
 }
 
 TEST(Vector, ProductsAndNorms)
