@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <exception>
+#include <functional>
+#include <initializer_list>
 #include <typeinfo>
 
 /// Expects that `statement` throws a MathError whose text is exactly `text`.
@@ -20,3 +22,14 @@
                           << otherError.what() << ", expected MathError: " << (text);      \
         }                                                                                  \
     } while (false)
+
+/// Expects of each of `calls` that it throws a MathError whose text is exactly `text`.
+inline void expectMathErrors(char const* text, std::initializer_list<std::function<void()>> calls,
+                             char const* file = __builtin_FILE(), int line = __builtin_LINE())
+{
+    int index = 0;
+    for (auto const& call : calls) {
+        testing::ScopedTrace const place(file, line, testing::Message() << "call " << ++index);
+        EXPECT_MATH_ERROR(call(), text);
+    }
+}
