@@ -28,10 +28,10 @@ BSplineSimple plantedCurve(int order, bool open)
 }
 
 // The same kind of curve, with nothing known of its shape.
-BSplineSimple blankCurve(int order, int n, bool open, double smoothing)
+BSplineSimple blankCurve(BSplineSimple const& planted, double smoothing)
 {
     BSplineSimple blank;
-    blank.init(order, std::vector<Vector>(static_cast<std::size_t>(n), Vector(2)), open);
+    blank.init(planted.getOrder(), std::vector<Vector>(10, Vector(2)), planted.getOpen());
     blank.setSmoothParam(smoothing);
     return blank;
 }
@@ -40,10 +40,9 @@ std::vector<Vector> sampled(BSpline const& curve, int n, double sigma, RandomDat
 {
     Pix::ListPoint<double> list;
     curve.splineToCurve(list, curve.getMaxS() / (n - 0.5));
-    std::vector<Vector> points(list.size());
-    for (std::size_t i = 0; i < points.size(); ++i)
-        points[i] = Vector::of(
-            {list[i].x + sigma * random.normal(1.0), list[i].y + sigma * random.normal(1.0)});
+    std::vector<Vector> points;
+    for (auto const& p : list)
+        points.push_back(Vector::of({p.x + random.normal(sigma), p.y + random.normal(sigma)}));
     return points;
 }
 
@@ -63,12 +62,6 @@ double quadraticForm(Matrix const& band, Vector const& x)
         for (int c = 0; c < band.getCol(); ++c)
             sum += (c == 0 ? 1.0 : 2.0) * band[i][c] * x[i] * x[(i + c) % x.getSize()];
     return sum;
-}
-
-double bending(BSpline const& curve)
-{
-    return quadraticForm(curve.getMetricMatrixBis(), curve.getXControlPoints()) +
-           quadraticForm(curve.getMetricMatrixBis(), curve.getYControlPoints());
 }
 
 TEST(BSplineFit, MetricMatricesAreExactWhateverTheStep)
@@ -106,9 +99,8 @@ TEST(BSplineFit, MatchesAreNearestAndPerpendicular)
                 for (Vector const& q : dense) EXPECT_LE(info.distance, (p - q).length() + 1e-12);
                 Vector const error = p - curve.computeCurvePoint(info.s);
                 EXPECT_NEAR(error.length(), info.distance, 1e-12);
-                bool const isHeld = info.s == std::floor(info.s) && (order == 2 || open);
-                double const along = error.dot(curve.computeTangentToCurve(info.s));
-                EXPECT_NEAR(isHeld ? 0.0 : along, 0.0, 1e-5) << p;
+                if (info.s == std::floor(info.s) && (order == 2 || open)) continue;  // held there
+                EXPECT_NEAR(error.dot(curve.computeTangentToCurve(info.s)), 0.0, 1e-5) << p;
             }
         }
     }
@@ -134,13 +126,11 @@ TEST(BSplineFit, RecoversThePlantedCurve)
     RandomData random(5);
     for (int order = 2; order <= 4; ++order) {
         for (bool const open : {true, false}) {
-            SCOPED_TRACE(testing::Message() << (open ? "open" : "closed") << ", order " << order);
             BSplineSimple const planted = plantedCurve(order, open);
-            std::vector<Vector> const points = sampled(planted, 300, 0.0, random);
-            BSplineSimple fit = blankCurve(order, 10, open, 0.0);
-            auto matched = fit.initMatchedPointsByChordLength(points);
-            EXPECT_LT(fit.refinement(matched), 1e-13);  // eight units of the last digit of 100
-            EXPECT_LT(largestDistance(planted, sampled(fit, 1000, 0.0, random)), 1e-10);
+            BSplineSimple fit = blankCurve(planted, 0.0);
+            auto matched = fit.initMatchedPointsByChordLength(sampled(planted, 300, 0.0, random));
+            EXPECT_LT(fit.refinement(matched), 1e-13) << order;  // 8 units of the last digit of 100
+            EXPECT_LT(largestDistance(planted, sampled(fit, 1000, 0.0, random)), 1e-10) << order;
         }
     }
 }
@@ -151,14 +141,13 @@ TEST(BSplineFit, ErrorsSpreadAsTheCovarianceSays)
     RandomData random(6);
     BSplineSimple const planted = plantedCurve(3, false);
     constexpr double sigma = 1e-6;
-    constexpr int nbTrials = 200, nbPoints = 60, n = 10;
+    constexpr int nbTrials = 200, m = 60, n = 10;
     double chiSquared = 0.0;
     for (int trial = 0; trial < nbTrials; ++trial) {
-        auto matched = planted.initMatchedPoints(sampled(planted, nbPoints, sigma, random));
-        BSplineSimple fit = blankCurve(3, n, false, 0.0);
-        chiSquared += nbPoints * std::pow(fit.refinement(matched) / sigma, 2);
+        auto matched = planted.initMatchedPoints(sampled(planted, m, sigma, random));
+        chiSquared += m * std::pow(blankCurve(planted, 0.0).refinement(matched) / sigma, 2);
     }
-    double const expected = nbTrials * (nbPoints - 2 * n);
+    double const expected = nbTrials * (m - 2 * n);
     EXPECT_NEAR(chiSquared, expected, 5.0 * std::sqrt(2.0 * expected));  // 5 deviations
 }
 
@@ -185,7 +174,8 @@ TEST(BSplineFit, LargeSmoothingTendsToTheLineOfOrthogonalRegression)
     Vector residuals(200);
     regression.getResiduals(regression.getEstimParams(), residuals);
     EXPECT_NEAR(fit.refinement(matched), residuals.length() / std::sqrt(200.0), 1e-5);
-    EXPECT_LT(bending(fit), 1e-9);
+    EXPECT_LT(quadraticForm(fit.getMetricMatrixBis(), fit.getXControlPoints()), 1e-9);
+    EXPECT_LT(quadraticForm(fit.getMetricMatrixBis(), fit.getYControlPoints()), 1e-9);
 }
 
 TEST(BSplineFit, RobustRefinementRejectsExactlyTheOutliers)
@@ -197,13 +187,12 @@ TEST(BSplineFit, RobustRefinementRejectsExactlyTheOutliers)
         std::vector<Vector> points = sampled(planted, 300, sigma, random);
         for (std::size_t i = 0; i < points.size(); i += 5)  // outwards
             points[i] += random.uniform(0.1, 0.4) * (points[i] - Vector::of({100, 0}));
-        BSplineSimple fit = blankCurve(4, 10, open, 1e-4);
+        BSplineSimple fit = blankCurve(planted, 1e-4);
         auto matched = fit.initMatchedPointsByChordLength(points);
         EXPECT_LT(fit.robustRefinement(matched), 1.1 * sigma);
-        std::vector<double> distances;
-        for (auto const& info : matched) distances.push_back(info.distance);
-        std::ranges::nth_element(distances, distances.begin() + 150);
-        double const limit = 4.685 * 1.4826 * distances[150];  // of the biweight
+        auto sorted = matched;
+        std::ranges::sort(sorted, {}, &MatchedPointInfo::distance);
+        double const limit = 4.685 * 1.4826 * sorted[150].distance;  // of the biweight
         for (std::size_t i = 0; i < points.size(); ++i) {
             double const t = matched[i].distance / limit;
             EXPECT_NEAR(matched[i].weight, t < 1.0 ? std::pow(1.0 - t * t, 2) : 0.0, 1e-3) << i;
@@ -215,44 +204,36 @@ TEST(BSplineFit, RobustRefinementRejectsExactlyTheOutliers)
 
 TEST(BSplineFit, MisuseIsNamedAndChangesNothing)
 {
+    using Points = std::vector<MatchedPointInfo>;
     RandomData random(12);
     BSplineSimple curve = plantedCurve(4, true);
-    auto const good = curve.initMatchedPoints(sampled(curve, 50, 0.1, random));
-    using Points = std::vector<MatchedPointInfo>;
-    struct Case {
-        double smoothing;
-        void (*spoil)(Points&);
-        char const* message;
+    Points const good = curve.initMatchedPoints(sampled(curve, 50, 0.1, random));
+    auto const expectRefused = [&](char const* text, double smoothing, auto spoil) {
+        Points matched = good;
+        spoil(matched);
+        curve.setSmoothParam(smoothing);
+        EXPECT_MATH_ERROR(curve.refinement(matched), text);
+        EXPECT_MATH_ERROR(curve.robustRefinement(matched), text);
+        EXPECT_EQ(matched.front().distance, good.front().distance);
     };
     constexpr char const* invalid = "Invalid measured point";
-    Case const table[] = {
-        {0.1, [](Points& p) { p.back().point.x = NAN; }, invalid},
-        {0.1, [](Points& p) { p.back().weight = -1.0; }, invalid},
-        {0.1, [](Points& p) { p.back().weight = INFINITY; }, invalid},
-        {0.1, [](Points& p) { p.back().s = 7.1; }, invalid},
-        {0.1, [](Points& p) { p.back().s = NAN; }, invalid},
-        {-1.0, [](Points&) {}, "Invalid smoothing parameter"},
-        {NAN, [](Points&) {}, "Invalid smoothing parameter"},
-        {0.1, [](Points& p) { p.resize(1); }, "Too few points to fit the BSpline"},
-        {0.0, [](Points& p) { p.resize(9); }, "Too few points to fit the BSpline"},
-        {0.0, [](Points& p) { p.resize(20); }, "Points do not determine the BSpline"},
-        {0.0,  // to half of the digits
-         [](Points& p) {
-             for (auto& i : p) i.s = std::floor(0.9 * i.s) + 0.3 + 1e-8 * i.s;
-         },
-         "Points do not determine the BSpline"},
-    };
-    for (Case const& c : table) {
-        Points matched = good;
-        c.spoil(matched);
-        curve.setSmoothParam(c.smoothing);
-        EXPECT_MATH_ERROR(curve.refinement(matched), c.message);
-        EXPECT_MATH_ERROR(curve.robustRefinement(matched), c.message);
-        EXPECT_EQ(matched.front().distance, good.front().distance);
-    }
+    expectRefused(invalid, 0.1, [](Points& p) { p.back().point.x = NAN; });
+    expectRefused(invalid, 0.1, [](Points& p) { p.back().weight = -1.0; });
+    expectRefused(invalid, 0.1, [](Points& p) { p.back().weight = INFINITY; });
+    for (double const s : {7.1, -0.1, std::nan("")})
+        expectRefused(invalid, 0.1, [s](Points& p) { p.back().s = s; });
+    for (double const smoothing : {-1.0, std::nan("")})
+        expectRefused("Invalid smoothing parameter", smoothing, [](Points&) {});
+    expectRefused("Too few points to fit the BSpline", 0.1, [](Points& p) { p.resize(1); });
+    expectRefused("Too few points to fit the BSpline", 0.0, [](Points& p) { p.resize(9); });
+    expectRefused("Points do not determine the BSpline", 0.0, [](Points& p) { p.resize(20); });
+    expectRefused("Points do not determine the BSpline", 0.0, [](Points& p) {
+        for (auto& i : p) i.s = std::floor(0.9 * i.s) + 0.3 + 1e-8 * i.s;  // to half of the digits
+    });
     EXPECT_TRUE(curve.getXControlPoints() == plantedCurve(4, true).getXControlPoints());
-    EXPECT_MATH_ERROR(curve.initMatchedPoints({Vector(1)}), "Invalid measured point");
-    EXPECT_MATH_ERROR(curve.initMatchedPoints({Vector::of({NAN, 0})}), "Invalid measured point");
+
+    for (Vector const& point : {Vector(1), Vector::of({NAN, 0})})
+        EXPECT_MATH_ERROR(curve.initMatchedPoints({point}), invalid);
     EXPECT_MATH_ERROR(curve.initMatchedPointsByChordLength({Vector(2), Vector(2)}),
                       "Measured points coincide");
     curve.setDiscreteStep(NAN);
