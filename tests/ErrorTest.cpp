@@ -19,12 +19,12 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace {
 
 using log4cplus::ERROR_LOG_LEVEL;
 using log4cplus::Logger;
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -45,12 +45,8 @@ protected:
 TEST_F(Errors, LogOnceWithMessageLevelAndPlace)
 {
     Error const error(17, "somewhere/Place.cpp", "it went wrong", &logger, ERROR_LOG_LEVEL);
-
-    ASSERT_THAT(log.records(), SizeIs(1));
-    EXPECT_EQ(log.records()[0].message, "it went wrong");
-    EXPECT_EQ(log.records()[0].file, "somewhere/Place.cpp");
-    EXPECT_EQ(log.records()[0].line, 17);
-    EXPECT_EQ(log.records()[0].level, 40000);
+    EXPECT_THAT(log.records(),
+                ElementsAre(Record{40000, 17, "somewhere/Place.cpp", "it went wrong"}));
     EXPECT_STREQ(error.what(), "it went wrong");
     EXPECT_STREQ(error.getFile(), "somewhere/Place.cpp");
     EXPECT_EQ(error.getLine(), 17);
@@ -59,17 +55,15 @@ TEST_F(Errors, LogOnceWithMessageLevelAndPlace)
 TEST_F(Errors, CopiesKeepTheMessageAndDoNotLog)
 {
     auto original = std::make_unique<MathError>(1, "a.cpp", "first", &logger, ERROR_LOG_LEVEL);
-    MathError copy(*original);
-    MathError assigned(2, "b.cpp", "second", nullptr, ERROR_LOG_LEVEL);
+    MathError copy(*original), assigned(2, "b.cpp", "second", nullptr, ERROR_LOG_LEVEL);
     assigned = *original;
     MathError moved(std::move(*original));  // NOLINT(performance-move-const-arg): copies, as meant
     EXPECT_STREQ(original->what(), "first");
 
     original.reset();
-    EXPECT_STREQ(copy.what(), "first");
-    EXPECT_STREQ(assigned.what(), "first");
+    for (MathError const* const error : {&copy, &assigned, &moved})
+        EXPECT_STREQ(error->what(), "first");
     EXPECT_EQ(assigned.getLine(), 1);
-    EXPECT_STREQ(moved.what(), "first");
     EXPECT_THAT(log.records(), SizeIs(1));
 }
 
@@ -94,38 +88,28 @@ TEST_F(Errors, TolerateANullLoggerAndANullFile)
 TEST_F(Errors, GetThroughABrokenLog)
 {
     Attached<ThrowingAppender> const broken(logger);
-    try {
-        throw MathError(5, "a.cpp", "the real error", &logger, ERROR_LOG_LEVEL);
-    } catch (std::exception const& caught) {
-        EXPECT_STREQ(caught.what(), "the real error");
-    }
+    EXPECT_MATH_ERROR(throw MathError(5, "a.cpp", "the real error", &logger, ERROR_LOG_LEVEL),
+                      "the real error");
 }
 
-TEST(MathErrors, KeepTheirPlaceInTheHierarchy)
-{
-    static_assert(std::is_base_of_v<std::exception, Error>);
-    static_assert(std::is_base_of_v<Error, FatalError>);
-    static_assert(std::is_base_of_v<Error, MathError>);
-    static_assert(std::is_base_of_v<FatalError, MathFatalError>);
-    static_assert(!std::is_base_of_v<FatalError, MathError>);
-    static_assert(std::is_nothrow_copy_constructible_v<MathError>);
-    static_assert(std::is_nothrow_copy_assignable_v<MathFatalError>);
-    static_assert(sizeof(MathError) == sizeof(Error), "no data of its own");
-}
+static_assert(std::is_base_of_v<std::exception, Error>);
+static_assert(std::is_base_of_v<Error, FatalError>);
+static_assert(std::is_base_of_v<Error, MathError>);
+static_assert(std::is_base_of_v<FatalError, MathFatalError>);
+static_assert(!std::is_base_of_v<FatalError, MathError>);
+static_assert(std::is_nothrow_copy_constructible_v<MathError>);
+static_assert(std::is_nothrow_copy_assignable_v<MathFatalError>);
+static_assert(sizeof(MathError) == sizeof(Error), "no data of its own");
 
 TEST(MathErrors, FailureReachesLoggerAndRootOnceWithTheCallersPlace)
 {
     Attached<RecordingAppender> const log(Logger::getInstance("Math")), root(Logger::getRoot());
     measuremath::require(1 < 2, "silent");
-
-    int const line = __LINE__ + 1;
     EXPECT_MATH_ERROR(measuremath::require(1 > 2, "Bad order"), "Bad order");
-
-    ASSERT_THAT(log.records(), SizeIs(1));
-    EXPECT_EQ(log.records()[0].message, "Bad order");
-    EXPECT_EQ(log.records()[0].level, 40000);
-    EXPECT_EQ(log.records()[0].line, line);
-    EXPECT_EQ(log.records()[0].file, "tests/ErrorTest.cpp") << "relative to the source root";
+    int const line = __LINE__ - 1;
+    // The file is relative to the source root.
+    EXPECT_THAT(log.records(),
+                ElementsAre(Record{40000, line, "tests/ErrorTest.cpp", "Bad order"}));
     EXPECT_THAT(root.records(), SizeIs(1));
 }
 

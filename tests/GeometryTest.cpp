@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <functional>
 #include <limits>
 #include <utility>
@@ -75,28 +74,26 @@ TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
 // Integers whose determinants need 62 bits: two plain products in double would lose them.
 TEST(LineUtils, IntersectionIsExactToTheLastDigitsHoweverSmallTheAngle)
 {
+    auto const minorOf = [](Vector const& l, Vector const& m, int i, int j) {
+        return static_cast<long double>(l[i]) * m[j] - static_cast<long double>(l[j]) * m[i];
+    };
+    auto const expectExact = [&](Vector const& l, Vector const& m) {
+        Vector p(2);
+        lineIntersection(l, m, p);
+        auto const x = static_cast<double>(minorOf(l, m, 1, 2) / minorOf(l, m, 0, 1));
+        auto const y = static_cast<double>(minorOf(l, m, 2, 0) / minorOf(l, m, 0, 1));
+        EXPECT_NEAR(p[0], x, 4 * ulp * std::abs(x)) << l << m;
+        EXPECT_NEAR(p[1], y, 4 * ulp * std::abs(y)) << l << m;
+    };
     RandomData random(4);
     constexpr int limit = 1 << 30;
     for (int i = 0; i < 200; ++i) {
-        std::int64_t const a = random.integer(1, limit), b = random.integer(1, limit);
-        std::int64_t const c = random.integer(-limit, limit), f = random.integer(-limit, limit);
-        std::int64_t const d = a - random.integer(1, 3), e = b + random.integer(0, 3);
-        auto const line = [](std::int64_t x, std::int64_t y, std::int64_t z) {
-            return Vector::of({double(x), double(y), double(z)});
-        };
-        auto const quotient = [](std::int64_t n, std::int64_t m) {
-            return static_cast<double>(static_cast<long double>(n) / static_cast<long double>(m));
-        };
-        Vector p(2);
-        lineIntersection(line(a, b, c), line(d, e, f), p);
-        double const x = quotient(b * f - c * e, a * e - b * d);
-        double const y = quotient(c * d - a * f, a * e - b * d);
-        EXPECT_NEAR(p[0], x, 4 * ulp * std::abs(x));
-        EXPECT_NEAR(p[1], y, 4 * ulp * std::abs(y));
+        double const a = random.integer(1, limit), b = random.integer(1, limit);
+        double const c = random.integer(-limit, limit), f = random.integer(-limit, limit);
+        double const d = a - random.integer(1, 3), e = b + random.integer(0, 3);
+        expectExact(Vector::of({a, b, c}), Vector::of({d, e, f}));
     }
-    Vector p(2);  // 1 : 2 stands in both, but at other places
-    lineIntersection(Vector::of({1, 5, 2}), Vector::of({1, 2, 7}), p);
-    EXPECT_TRUE(p.equals(Vector::of({-31.0 / 3, 5.0 / 3}), 4 * 31 * ulp)) << p;
+    expectExact(Vector::of({1, 5, 2}), Vector::of({1, 2, 7}));  // 1 : 2 in both, at other places
 }
 
 TEST(LineUtils, ParallelLinesAreRefusedAndLeaveThePointAlone)
@@ -169,72 +166,63 @@ TEST(LineUtils, TwoPlanesOfEveryZeroPatternMeetInTheirLineOrAreRefused)
     }
 }
 
-class CrossRatio : public testing::TestWithParam<int> {
-protected:
-    RandomData random{6};
-    Vector origin = random.vector(GetParam()), dir = random.vector(GetParam());
-    Vector at(double t) const { return origin + t * dir; }
-};
-
-TEST_P(CrossRatio, IsKeptByProjectionAndGivesTheFourthPointBack)
+TEST(CrossRatio, IsKeptByProjectionAndGivesTheFourthPointBack)
 {
     constexpr double tolerance = 1e-13;  // gaps above a twentieth of the extent
-    auto const projection = [](double t) { return (3.0 * t - 1.0) / (0.2 * t + 7.0); };
-    int cell[] = {0, 1, 2, 3};
-    do {
-        double t[4];
-        for (int i = 0; i < 4; ++i) t[i] = cell[i] + random.uniform(0.0, 0.8);
-        double const k = (t[2] - t[0]) * (t[3] - t[1]) / ((t[2] - t[1]) * (t[3] - t[0]));
-        Vector const a = at(t[0]), b = at(t[1]), d = at(t[3]);
-        Vector c = at(t[2]);
-        EXPECT_NEAR(crossRatioFromPoint(a, b, c, d), k, tolerance * std::abs(k));
-        EXPECT_NEAR(crossRatioFromPoint(at(projection(t[0])), at(projection(t[1])),
-                                        at(projection(t[2])), at(projection(t[3]))),
-                    k, tolerance * std::abs(k));
-        pointFromCrossRatio(k, a, b, c, c);  // the result may replace an argument
-        EXPECT_NEAR((c - d).length(), 0.0, 100 * tolerance);
-    } while (std::next_permutation(cell, cell + 4));
+    RandomData random(6);
+    for (int const dimension : {2, 3}) {
+        Vector const origin = random.vector(dimension), dir = random.vector(dimension);
+        auto const at = [&](double t) { return origin + t * dir; };
+        auto const projected = [&](double t) { return at((3.0 * t - 1.0) / (0.2 * t + 7.0)); };
+        int cell[] = {0, 1, 2, 3};
+        do {
+            double t[4];
+            for (int i = 0; i < 4; ++i) t[i] = cell[i] + random.uniform(0.0, 0.8);
+            double const k = (t[2] - t[0]) * (t[3] - t[1]) / ((t[2] - t[1]) * (t[3] - t[0]));
+            Vector const a = at(t[0]), b = at(t[1]), d = at(t[3]);
+            Vector c = at(t[2]);
+            EXPECT_NEAR(crossRatioFromPoint(a, b, c, d), k, tolerance * std::abs(k));
+            EXPECT_NEAR(crossRatioFromPoint(projected(t[0]), projected(t[1]), projected(t[2]),
+                                            projected(t[3])),
+                        k, tolerance * std::abs(k));
+            pointFromCrossRatio(k, a, b, c, c);  // the result may replace an argument
+            EXPECT_NEAR((c - d).length(), 0.0, 100 * tolerance);
+        } while (std::next_permutation(cell, cell + 4));
+    }
 }
-
-TEST_P(CrossRatio, OfPointsThatDefineNoneIsRefused)
-{
-    Vector const a = at(0.0), b = at(1.0), c = at(3.0);
-    Vector d = at(7.0);
-    EXPECT_MATH_ERROR(crossRatioFromPoint(a, b, b, d), "Invalid cross Ratio points ");
-    EXPECT_MATH_ERROR(crossRatioFromPoint(a, b, c, a), "Invalid cross Ratio points ");
-    EXPECT_MATH_ERROR(pointFromCrossRatio(2.0, a, a, c, d), "Invalid cross Ratio points ");
-    EXPECT_EQ(d, at(7.0));
-}
-INSTANTIATE_TEST_SUITE_P(TwoAndThreeDimensions, CrossRatio, testing::Values(2, 3));
 
 TEST(Geometry, WrongSizesAndNullVectorsAreRefusedInOrder)
 {
     double theta = 0.0, rho = 0.0;
     Vector p2 = v2, p3 = v3, v8(8);
-    std::pair<std::function<void()>, char const*> const cases[] = {
-        {[&] { pointToLine3DDist(v2, null3, v2); }, "Invalid Line vector size"},
-        {[&] { pointToLine3DDist(v3, null3, v2); }, "Invalid Point vector size"},
-        {[&] { pointToLine3DDist(v3, null3, v3); },
-         "Invalid Line direction vector, should not be null"},
-        {[&] { computePolarLine(v2, v3, theta, rho); }, "Invalid vector size"},
-        {[&] { pointToPolarLineDist(0, 0, v3); }, "Invalid vector size"},
-        {[&] { planLineIntersection(v3, v2, v2, v3, p2); }, "Invalid Plan vector size"},
-        {[&] { planLineIntersection(v3, null3, v2, v3, p2); }, "Invalid Line vector size"},
-        {[&] { planLineIntersection(v3, null3, v3, null3, p2); }, "Invalid Point vector size"},
-        {[&] { planLineIntersection(v3, null3, v3, null3, p3); },
-         "Invalid plane normal vector, should not be null"},
-        {[&] { planLineIntersection(v3, v3, v3, null3, p3); },
-         "Invalid line direction vector, should not be null"},
-        {[&] { lineIntersection(v3, v3, p3); }, "Invalid parameter size"},
-        {[&] { ptDir2DToCart2D(v2, Vector(2), p2); }, "Invalid parameter size"},
-        {[&] { ptDir2DToCart2D(v2, Vector(2), p3); }, "Vector dir must not be null"},
-        {[&] { cart3DToPtDir3D(v8, p3, p2); }, "Invalid parameter size"},
-        {[&] { ptDir3DToCart3D(v3, null3, p3); }, "Invalid parameter size"},
-        {[&] { ptDir3DToCart3D(v3, null3, v8); }, "Vector dir must not be null"},
-        {[&] { crossRatioFromPoint(v8, v8, v8, v8); }, "Invalid vector size"},
-        {[&] { pointFromCrossRatio(1, v3, v3, v3, p2); }, "Invalid vector size"},
-    };
-    for (auto const& [call, text] : cases) EXPECT_MATH_ERROR(call(), text);
+    expectMathErrors("Invalid Line vector size",
+                     {[&] { pointToLine3DDist(v2, null3, v2); },
+                      [&] { planLineIntersection(v3, null3, v2, v3, p2); }});
+    expectMathErrors("Invalid Point vector size",
+                     {[&] { pointToLine3DDist(v3, null3, v2); },
+                      [&] { planLineIntersection(v3, null3, v3, null3, p2); }});
+    expectMathErrors("Invalid Plan vector size",
+                     {[&] { planLineIntersection(v3, v2, v2, v3, p2); }});
+    expectMathErrors("Invalid Line direction vector, should not be null",
+                     {[&] { pointToLine3DDist(v3, null3, v3); }});
+    expectMathErrors("Invalid plane normal vector, should not be null",
+                     {[&] { planLineIntersection(v3, null3, v3, null3, p3); }});
+    expectMathErrors("Invalid line direction vector, should not be null",
+                     {[&] { planLineIntersection(v3, v3, v3, null3, p3); }});
+    expectMathErrors("Invalid vector size", {[&] { computePolarLine(v2, v3, theta, rho); },
+                                             [&] { pointToPolarLineDist(0, 0, v3); },
+                                             [&] { crossRatioFromPoint(v8, v8, v8, v8); },
+                                             [&] { pointFromCrossRatio(1, v3, v3, v3, p2); }});
+    expectMathErrors(
+        "Invalid parameter size",
+        {[&] { lineIntersection(v3, v3, p3); }, [&] { ptDir2DToCart2D(v2, Vector(2), p2); },
+         [&] { cart3DToPtDir3D(v8, p3, p2); }, [&] { ptDir3DToCart3D(v3, null3, p3); }});
+    expectMathErrors("Vector dir must not be null", {[&] { ptDir2DToCart2D(v2, Vector(2), p3); },
+                                                     [&] { ptDir3DToCart3D(v3, null3, v8); }});
+    expectMathErrors("Invalid cross Ratio points ",
+                     {[&] { crossRatioFromPoint(v3, null3, null3, 2 * v3); },
+                      [&] { crossRatioFromPoint(v3, null3, 2 * v3, v3); },
+                      [&] { pointFromCrossRatio(2, v3, v3, null3, p3); }});
     EXPECT_TRUE(p2 == v2 && p3 == v3 && v8 == Vector(8));
 }
 

@@ -4,6 +4,7 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,12 @@ struct Record {
     int line;
     std::string file;
     std::string message;
+
+    friend bool operator==(Record const&, Record const&) = default;
+    friend void PrintTo(Record const& r, std::ostream* os)
+    {
+        *os << r.level << " at " << r.file << ':' << r.line << ": " << r.message;
+    }
 };
 
 class RecordingAppender : public log4cplus::Appender {
