@@ -27,6 +27,11 @@ if(NOT BUILD_SHARED_LIBS)
     install(FILES cmake/FindCminpack.cmake DESTINATION ${package_dir} COMPONENT development)
 endif()
 
+if(BUILD_SHARED_LIBS)
+    set(pc_requires "Requires: log4cplus\nRequires.private: cminpack lapack blas")
+else()  # every program links them; --static would add what only their own static forms need
+    set(pc_requires "Requires: log4cplus cminpack lapack blas")
+endif()
 configure_file(cmake/measuremath.pc.in ${PROJECT_BINARY_DIR}/measuremath.pc.configured @ONLY)
 # The prefix is known only at install time (cmake --install --prefix).
 install(CODE "
