@@ -181,7 +181,8 @@ double scaledError(double error, double scale)
 {
     double const scaled =
         error / (scale == 0.0 ? 1.0 : scale) / std::numeric_limits<double>::epsilon();
-    return std::isnan(scaled) ? failure.residual : scaled;
+    if (std::isnan(scaled)) return failure.residual;
+    return scaled;
 }
 
 double scaledDifference(Matrix const& actual, Matrix const& expected)

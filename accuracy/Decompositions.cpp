@@ -65,7 +65,7 @@ is the worst |I - Qᵀ·Q| of the orthogonal factors, scaled alike. LAPACK's own
         double worstOrthogonality = 0.0;
         for (double const condition : {1.0, 1e4, 1e8, 1e12, 1e16}) {
             if (condition > largestCondition) {
-                cells.push_back("");
+                cells.emplace_back();
                 continue;
             }
             double worst = 0.0;

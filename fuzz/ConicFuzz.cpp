@@ -203,18 +203,18 @@ void checkOnPlanes(Vector const& planes, Vector const& point, Vector const& dir)
 void linesInSpace(FuzzInput& input)
 {
     Vector planes = input.point(8);
-    Vector point(3), dir(3), meeting(3);
-    cart3DToPtDir3D(planes, point, dir);
-    checkOnPlanes(planes, point, dir);
-    ptDir3DToCart3D(point, dir, planes);
-    checkOnPlanes(planes, point, dir);
+    Vector start(3), dir(3), meeting(3);
+    cart3DToPtDir3D(planes, start, dir);
+    checkOnPlanes(planes, start, dir);
+    ptDir3DToCart3D(start, dir, planes);
+    checkOnPlanes(planes, start, dir);
 
     Vector const onPlane = input.point(3);
     Vector const normal = input.point(3);
-    if (!planLineIntersection(onPlane, normal, point, dir, meeting)) return;
-    double const reach = meeting.length() + point.length() + onPlane.length();
+    if (!planLineIntersection(onPlane, normal, start, dir, meeting)) return;
+    double const reach = meeting.length() + start.length() + onPlane.length();
     check(isNear((meeting - onPlane).dot(normal), 0.0, tolerance * reach * normal.length()));
-    check(isNear(pointToLine3DDist(point, dir, meeting), 0.0, tolerance * reach));
+    check(isNear(pointToLine3DDist(start, dir, meeting), 0.0, tolerance * reach));
 }
 
 }  // namespace

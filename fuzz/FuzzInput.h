@@ -93,7 +93,8 @@ private:
 
     static double eighths(unsigned int kind)
     {
-        return (static_cast<double>(kind) - firstHard / 2) / 8.0;
+        constexpr unsigned int zero = firstHard / 2;
+        return (static_cast<double>(kind) - zero) / 8.0;
     }
 
     Vector vectorOf(int n, double (FuzzInput::*element)())
@@ -106,6 +107,7 @@ private:
     std::vector<Vector> collect(int count, int n, Vector (FuzzInput::*element)(int))
     {
         std::vector<Vector> result;
+        result.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) result.push_back((this->*element)(n));
         return result;
     }

@@ -234,8 +234,8 @@ void overdetermined(FuzzInput& input, Matrix const& A)
 
 void principalAxes(FuzzInput& input, Matrix const& A)
 {
-    std::vector<Vector> points;
-    for (int i = 0; i < A.getRow(); ++i) points.push_back(A.getRowVector(i));
+    std::vector<Vector> points(static_cast<std::size_t>(A.getRow()));
+    for (int i = 0; i < A.getRow(); ++i) points[static_cast<std::size_t>(i)] = A.getRowVector(i);
     PCAAnalysis pca;
     pca.computeAnalysis(static_cast<unsigned int>(input.integer(0, 7)), points);
     if (!pca.getBoolAnalysisSuccess() || points.empty()) return;

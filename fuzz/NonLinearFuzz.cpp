@@ -94,6 +94,7 @@ void leastSquares(FuzzInput& input)
 
 Residuals const* equations = nullptr;  // of the run, for a function without a user pointer
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the calling form of MINPACK
 void evaluateEquations(int* n, double* x, double* fvec, int*)
 {
     Vector const v(x, *n);
@@ -119,7 +120,7 @@ class Observed : public KalmanIekf {
 public:
     Observed(Matrix const& H, Vector const& x, Vector const& z)
         : KalmanIekf(H.getCol(), H.getRow(), H.getCol(), H.getRow()),
-          _H(H)
+          _observation(H)
     {
         Matrix const unit(x.size(), x.size(), Matrix::IDENTITY);
         setParams(x);
@@ -128,15 +129,15 @@ public:
         setObs(z, Matrix(z.size(), z.size(), Matrix::IDENTITY));
     }
 
-    void obsJacParams(Vector&, Vector&, Matrix& H) override { H = _H; }
+    void obsJacParams(Vector&, Vector&, Matrix& H) override { H = _observation; }
     void obsJacObs(Vector&, Vector&, Matrix& B) override { B = -1.0 * B.setIdentity(); }
     void stateJacParams(Vector&, Vector&, Matrix& F) override { F.setIdentity(); }
     void stateJacCtrl(Vector&, Vector&, Matrix& G) override { G.setIdentity(); }
     void stateFct(Vector& x, Vector&, Vector& predicted) override { predicted = x; }
-    void obsFct(Vector& x, Vector& z, Vector& value) override { value = _H * x - z; }
+    void obsFct(Vector& x, Vector& z, Vector& value) override { value = _observation * x - z; }
 
 private:
-    Matrix _H;
+    Matrix _observation;
 };
 
 // The estimate minimises |x - x⁻|² + |H·x - z|², and its covariance shrinks.

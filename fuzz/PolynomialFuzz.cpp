@@ -34,7 +34,7 @@ void fuzz(FuzzInput& input)
     Vector const coefficients = input.vector(input.integer(0, 12));
     auto const roots = poly(coefficients);
     auto const isZero = [](double c) { return c == 0.0; };
-    auto const leading = std::find_if_not(coefficients.begin(), coefficients.end(), isZero);
+    auto const* const leading = std::find_if_not(coefficients.begin(), coefficients.end(), isZero);
     check(static_cast<std::ptrdiff_t>(roots.size()) == coefficients.end() - leading - 1);
     for (std::size_t i = 0; i < roots.size(); ++i) {
         check(std::isfinite(roots[i].real()) && std::isfinite(roots[i].imag()));

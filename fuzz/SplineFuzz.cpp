@@ -1,6 +1,7 @@
 #include "FuzzInput.h"
 #include "math/BSpline.h"
 
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
@@ -46,9 +47,10 @@ void checkHull(BSpline const& curve, Vector const& p)
 
 bool hasModerateControlPoints(BSpline const& curve)
 {
-    for (Vector const& p : curve.getControlPoints())
-        if (!(std::abs(p[0]) < 1e100 && std::abs(p[1]) < 1e100)) return false;
-    return true;
+    std::vector<Vector> const& points = curve.getControlPoints();
+    return std::all_of(points.begin(), points.end(), [](Vector const& p) {
+        return std::abs(p[0]) < 1e100 && std::abs(p[1]) < 1e100;
+    });
 }
 
 // Neither spans of very different lengths, where powers of u lose digits.

@@ -24,13 +24,13 @@ struct View {
 
 std::unique_ptr<View> viewOf(Vector& v)
 {
-    return std::unique_ptr<View>(new View{&v, {v.getSize(), 0}, {sizeof(double), 0}});
+    return std::make_unique<View>(View{&v, {v.getSize(), 0}, {sizeof(double), 0}});
 }
 
 std::unique_ptr<View> viewOf(Matrix& m)
 {
     py::ssize_t const stride = m.getCol() * static_cast<py::ssize_t>(sizeof(double));
-    return std::unique_ptr<View>(new View{&m, {m.getRow(), m.getCol()}, {stride, sizeof(double)}});
+    return std::make_unique<View>(View{&m, {m.getRow(), m.getCol()}, {stride, sizeof(double)}});
 }
 
 constexpr int dimensions(Vector const&)
@@ -268,7 +268,7 @@ bool fixedFromPython(py::handle source, int n, std::optional<Fixed>& result)
 bool isViewed(TVector<double> const& array)
 {
     auto const& counts = viewCounts();
-    return !counts.empty() && counts.count(&array) != 0;
+    return !counts.empty() && counts.contains(&array);
 }
 
 std::optional<py::array_t<double>> asDoubles(py::handle source, int ndim)

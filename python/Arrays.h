@@ -155,6 +155,7 @@ private:
     // False of what T.__new__(T) gives.
     static bool isConstructed(handle source)
     {
+        // NOLINTNEXTLINE(readability-use-anyofallof): its iterators are none of the standard's
         for (auto const& part : values_and_holders(reinterpret_cast<instance*>(source.ptr())))
             if (!part.holder_constructed()) return false;
         return true;

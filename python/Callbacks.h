@@ -25,7 +25,7 @@ inline py::array_t<double> arrayOf(Vector const& v)
 template <class Class>
 py::function overrideOf(Class const* object, char const* name)
 {
-    py::function const method = py::get_override(object, name);
+    py::function method = py::get_override(object, name);
     if (!method) {
         PyErr_SetString(PyExc_NotImplementedError,
                         (std::string(name) + " is to be defined").c_str());

@@ -86,26 +86,29 @@ public:
         require(F.getRow() == n && F.getCol() == n && G.getRow() == n &&
                     G.getCol() == getDimCtrl() && H.getRow() == getDimObs() && H.getCol() == n,
                 Matrix::badDim);
-        _F = F;
-        _G = G;
-        _H = H;
+        _transition = F;
+        _input = G;
+        _observation = H;
     }
 
     void stateFct(Vector& params, Vector& ctrl, Vector& predParams) override
     {
-        predParams = _F * params + _G * ctrl;
+        predParams = _transition * params + _input * ctrl;
     }
-    void obsFct(Vector& params, Vector& obs, Vector& value) override { value = _H * params - obs; }
-    void stateJacParams(Vector&, Vector&, Matrix& F) override { F = _F; }
-    void stateJacCtrl(Vector&, Vector&, Matrix& G) override { G = _G; }
-    void obsJacParams(Vector&, Vector&, Matrix& H) override { H = _H; }
+    void obsFct(Vector& params, Vector& obs, Vector& value) override
+    {
+        value = _observation * params - obs;
+    }
+    void stateJacParams(Vector&, Vector&, Matrix& F) override { F = _transition; }
+    void stateJacCtrl(Vector&, Vector&, Matrix& G) override { G = _input; }
+    void obsJacParams(Vector&, Vector&, Matrix& H) override { H = _observation; }
     void obsJacObs(Vector&, Vector&, Matrix& B) override
     {
         B = -Matrix(getDimObs(), getDimObs(), Matrix::IDENTITY);
     }
 
 private:
-    Matrix _F, _G, _H;
+    Matrix _transition, _input, _observation;
 };
 
 // The filter, for a change that is none of its functions' business.

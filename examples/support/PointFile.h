@@ -23,7 +23,7 @@ inline std::vector<double> parseCoordinates(std::string_view line)
         double value = 0.0;
         auto const [end, error] = std::from_chars(line.data(), line.data() + line.size(), value);
         bool const isWord =
-            end == line.data() + line.size() || separators.find(*end) != separators.npos;
+            end == line.data() + line.size() || separators.find(*end) != std::string_view::npos;
         if (error != std::errc() || !isWord) return {};
         coordinates.push_back(value);
         line.remove_prefix(static_cast<std::size_t>(end - line.data()));
@@ -39,7 +39,7 @@ inline std::vector<Vector> readPoints(std::istream& in, std::size_t dimension)
     bool headerAllowed = true;
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
-        if (line.find_first_not_of(" \t\r") == line.npos || line.front() == '#') continue;
+        if (line.find_first_not_of(" \t\r") == std::string::npos || line.front() == '#') continue;
         std::vector<double> const coordinates = parseCoordinates(line);
         if (coordinates.size() >= dimension)
             points.emplace_back(coordinates.data(), dimension);

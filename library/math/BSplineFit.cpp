@@ -194,6 +194,7 @@ void BSpline::requireFittable(std::vector<MatchedPointInfo> const& points) const
 void BSpline::setControlCoordinates(Vector const& x, Vector const& y)
 {
     std::vector<Vector> points;
+    points.reserve(x.size());
     for (int i = 0; i < x.getSize(); ++i) points.push_back(Vector::of({x[i], y[i]}));
     _controlPoints.swap(points);
     _xControlPoints = x;

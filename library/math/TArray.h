@@ -91,6 +91,7 @@ public:
     TVector(TVector&& other) noexcept : _allocator(std::exchange(other._allocator, nullptr)) {}
 
     /// Shares the buffer of `other`.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it shares before it gives up its own
     TVector& operator=(TVector const& other) noexcept
     {
         replaceAllocator(other.shared());
@@ -266,9 +267,9 @@ public:
     /// Takes over the buffer of `other`, which is 0 × 0 afterwards.
     TArray& operator=(TArray&& other) noexcept
     {
-        TVector<T>::operator=(std::move(other));
         _nbRow = std::exchange(other._nbRow, 0);
         _nbCol = std::exchange(other._nbCol, 0);
+        TVector<T>::operator=(std::move(other));
         return *this;
     }
 
