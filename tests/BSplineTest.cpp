@@ -45,7 +45,7 @@ std::vector<double> knotsOf(BSpline const& curve)
     return knots;
 }
 
-// The i-th function of order p by de Boor's recursion; its derivative is over p - 1.
+// The i-th function of order p by de Boor's recursion; its derivative without the factor p - 1.
 double basis(std::vector<double> const& t, std::size_t i, std::size_t p, double s, bool derivative)
 {
     if (p == 1) return t[i] <= s && s < t[i + 1] ? 1.0 : 0.0;
@@ -68,10 +68,7 @@ Vector reference(BSpline const& curve, double s, bool derivative)
 
 std::vector<Vector> randomPoints(int n)
 {
-    RandomData random(static_cast<unsigned int>(n));
-    std::vector<Vector> points(at(n));
-    for (Vector& p : points) p = random.vector(2);
-    return points;
+    return RandomData(static_cast<unsigned int>(n)).vectors(n, 2);
 }
 
 BSpline makeCurve(int order, Vector const& breakPoints, std::vector<int> const& multiplicities,

@@ -16,6 +16,14 @@ namespace {
 using Points = std::vector<Vector>;
 constexpr char const* notReady = "Call init and setDataColl before use";
 
+struct Filled : Buckets {
+    Filled(unsigned int dims, Points const& points)
+    {
+        init(dims);
+        setDataColl(points);
+    }
+};
+
 // The cell of a point in a grid of 8 cells a side over the unit cube.
 int cellOf(Vector const& p)
 {
@@ -35,9 +43,7 @@ TEST(Buckets, SamplesComeFromDifferentCellsInProportionToTheirPopulation)
         std::map<int, double> share, drawn;
         for (Vector const& p : points) share[cellOf(p)] += 1.0 / 400.0;
 
-        Buckets buckets;
-        buckets.init(dims);
-        buckets.setDataColl(points);
+        Filled const buckets(dims, points);
         ASSERT_EQ(buckets.getNbValidBuckets(), share.size());
 
         Points sample;
@@ -66,9 +72,7 @@ TEST(Buckets, FacesAndFlatDimensionsGoToTheLastCell)
 {
     Points points;
     for (int i = 0; i <= 8; ++i) points.push_back(Vector::of({7.0, 1.0 * i}));
-    Buckets buckets;
-    buckets.init(2);
-    buckets.setDataColl(points);
+    Filled buckets(2, points);
     EXPECT_EQ(buckets.getNbValidBuckets(), 8U) << "the upper face shares the last cell";
     buckets.setNbBuckets(1, 3);
     EXPECT_MATH_ERROR(buckets.getNbValidBuckets(), notReady);
@@ -82,9 +86,7 @@ TEST(Buckets, SparseBucketsAreDrawnByTheirSharesToo)
     Points points(100000, Vector::of({0.0}));
     for (std::size_t i = 50000; i < points.size(); ++i) points[i][0] = 8.0;
     for (double const x : {3.0, 3.2, 3.4, 5.0}) points.push_back(Vector::of({x}));
-    Buckets buckets;
-    buckets.init(1);
-    buckets.setDataColl(points);
+    Filled const buckets(1, points);
     std::map<double, int> thirdCell;
     Points sample;
     initRandGene(9);

@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -20,27 +18,22 @@ Vector const v2 = Vector::of({1, 2});
 Vector const v3 = Vector::of({1, 2, 3});
 Vector const null3(3);
 
-// A vector of length 1e-310 keeps some 5 digits itself.
-double precisionAt(double scale)
-{
-    return scale < 1e-300 ? 1e-4 : 64 * ulp;
-}
-
 TEST(Geometry, DistancesAndIntersectionsTakeDirectionsOfAnyLength)
 {
     RandomData random(1);
     for (double const scale : {1e-310, 1e-200, 1.0, 1e300}) {
+        double const precision = scale < 1e-300 ? 1e-4 : 64 * ulp;  // 1e-310 keeps some 5 digits
         for (int i = 0; i < 20; ++i) {
             Vector const dir = random.vector(3), normal = random.vector(3);
             Vector const onLine = random.vector(3), onPlane = random.vector(3);
             Vector const across = dir.cross(normal);
             EXPECT_NEAR(pointToLine3DDist(onLine, scale * dir, onLine + 5.0 * dir + across),
-                        across.length(), precisionAt(scale));
+                        across.length(), precision);
 
             Vector p = onLine;  // the result may replace an argument
             ASSERT_TRUE(planLineIntersection(onPlane, scale * normal, p, dir, p));
             double const steepness = std::abs(normal.dot(dir)) / (normal.length() * dir.length());
-            EXPECT_NEAR((p - onPlane).dot(normal), 0.0, precisionAt(scale) / steepness);
+            EXPECT_NEAR((p - onPlane).dot(normal), 0.0, precision / steepness);
             EXPECT_NEAR(pointToLine3DDist(onLine, dir, p), 0.0, 32 * ulp / steepness);
         }
     }
@@ -51,13 +44,13 @@ TEST(Geometry, DistancesAndIntersectionsTakeDirectionsOfAnyLength)
 
 TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
 {
+    double theta = 0.0, rho = 0.0;
     RandomData random(2);
     for (int degrees = -180; degrees <= 180; degrees += 5) {
         double const angle = degrees * 3.14159265358979323846 / 180.0;
         Vector const p = random.vector(2, -10.0, 10.0);
         Vector const along = Vector::of({std::cos(angle), std::sin(angle)});
         Vector const across = Vector::of({-along[1], along[0]});
-        double theta = 0.0, rho = 0.0;
         computePolarLine(p, p + 3.0 * along, theta, rho);
 
         constexpr double tolerance = 16 * ulp * 20;  // coordinates to 10, a few operations
@@ -65,7 +58,6 @@ TEST(Geometry, PolarFormHoldsForBothPointsAtEveryAngle)
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p - 2.0 * along), 0.0, tolerance) << degrees;
         EXPECT_NEAR(pointToPolarLineDist(theta, rho, p + 7.0 * across), 7.0, tolerance) << degrees;
     }
-    double theta = 0.0, rho = 0.0;
     computePolarLine(v2, Vector::of({1, 5}), theta, rho);
     EXPECT_EQ(theta, std::acos(0.0)) << "of a vertical line";
     EXPECT_DOUBLE_EQ(rho, -1.0);
@@ -102,12 +94,11 @@ TEST(LineUtils, ParallelLinesAreRefusedAndLeaveThePointAlone)
         {0, 1, 1, 0, 2, 5},   {3, 0, 1, -1, 0, 5}, {1, 2, 3, 2, 4, 7},
         {1, -3, 1, 1, -3, 1}, {0, 0, 1, 1, 2, 3},  {1, 2, 3, 0, 0, 1},
     };
-    for (auto const& l : lines) {
-        Vector p = v2;
+    Vector p = v2;
+    for (auto const& l : lines)
         EXPECT_MATH_ERROR(lineIntersection(Vector(l, 3), Vector(l + 3, 3), p),
                           "Lines are parallel");
-        EXPECT_EQ(p, v2);
-    }
+    EXPECT_EQ(p, v2);
 }
 
 TEST(LineUtils, Line2DHoldsItsPointsAndIsNormalised)
