@@ -89,10 +89,6 @@ TEST(Poly, RootsRebuildThePolynomialInOrderAndInExactPairs)
              c[n] = d.uniform(-14, 14);
              return c;
          }},
-        {"tiny", 1, 9,
-         [](RandomData& d, int n) {
-             return withRoots(n, [&](int) { return 1e-30L * d.uniform(1, 2); });
-         }},
         {"Wilkinson", 5, 20,
          [](RandomData&, int n) { return withRoots(n, [](int i) { return i + 1; }); }},
         {"clustered", 3, 12,
