@@ -1,6 +1,7 @@
 // Laws that hold whatever the data, on data that rapidcheck draws. It prints its seed;
 // RC_PARAMS="seed=..." repeats a run, "max_success=..." sets the number of cases.
 
+#include "accuracy/DecompositionErrors.h"
 #include "math/BSpline.h"
 #include "math/CircleEstimator.h"
 #include "math/CylinderEstimator.h"
@@ -8,11 +9,13 @@
 #include "math/LineEstimator.h"
 #include "math/MatrixTH.h"
 #include "math/MeanEstimator.h"
+#include "math/Munkres.h"
 #include "math/PlanEstimator.h"
 #include "math/Rotation.h"
 #include "math/SphereEstimator.h"
 #include "support/LogRecords.h"
 #include "support/RandomData.h"
+#include "support/ReferenceValues.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -197,6 +200,80 @@ RC_GTEST_PROP(Registration, FollowsBothSets, ())
     Vector const after = misfits();
     for (int i = 0; i < before.getSize(); ++i)
         RC_ASSERT(std::abs(after[i] / scale - before[i]) < 1e-9);
+}
+
+RC_GTEST_PROP(Decompositions, RebuildTheirMatrixFromOrthogonalFactors, ())
+{
+    RandomData random(*rc::gen::arbitrary<unsigned int>());
+    int const m = *rc::gen::inRange(1, 20), n = *rc::gen::inRange(1, 20);
+    double const scale = std::pow(2.0, *rc::gen::inRange(-400, 401));
+    Matrix const A = scale * random.matrix(m, n);
+    Vector const b = scale * random.vector(m);
+    Domain const domain = m < n ? Domain::ANY : m == n ? Domain::SQUARE : Domain::TALL;
+    for (Decomposition const& d : decompositions()) {
+        if (d.domain > domain) continue;
+        ScaledErrors const errors = d.errors(A, b);
+        RC_LOG() << d.name << " of " << m << " x " << n;
+        RC_ASSERT(errors.residual < 30.0 && errors.orthogonality < 30.0);  // as LAPACK's own tests
+    }
+}
+
+RC_GTEST_PROP(Rotations, ComeBackFromEveryForm, ())
+{
+    constexpr double tolerance = 8.0;  // in ulp: two conversions and a product
+    RandomData random(*rc::gen::arbitrary<unsigned int>());
+    Matrix const R = rotation(random, 3);
+    RC_ASSERT(ulps(R.transpose() * R, Matrix(3, 3, Matrix::IDENTITY)) < tolerance);
+    Vector v(3), q(4), e(3);
+    matrixToVect(R, v);
+    matrixToQuat(R, q);
+    matrixToEuler(R, e);
+    Matrix fromVector(3, 3), fromQuaternion(3, 3), fromAngles(3, 3);
+    vectToMatrix(v, fromVector);
+    quatToMatrix(q, fromQuaternion);
+    eulerToMatrix(e, fromAngles);
+    for (Matrix const& back : {fromVector, fromQuaternion, fromAngles})
+        RC_ASSERT(ulps(back, R) < tolerance);
+}
+
+// The least total over all ways to give each line of the shorter kind one of the longer kind.
+double leastTotal(Matrix const& costs)
+{
+    if (costs.getRow() > costs.getCol()) return leastTotal(costs.transpose());
+    std::vector<int> cols(costs.getNbCol());
+    std::iota(cols.begin(), cols.end(), 0);
+    double least = HUGE_VAL;
+    do {
+        double sum = 0.0;
+        for (int i = 0; i < costs.getRow(); ++i) sum += costs[i][cols[static_cast<std::size_t>(i)]];
+        least = std::min(least, sum);
+    } while (std::ranges::next_permutation(cols).found);
+    return least;
+}
+
+RC_GTEST_PROP(Assignments, AreTheCheapestOfAll, ())
+{
+    RandomData random(*rc::gen::arbitrary<unsigned int>());
+    bool const hasTies = *rc::gen::arbitrary<bool>();
+    Matrix costs = random.matrix(*rc::gen::inRange(1, 7), *rc::gen::inRange(1, 7), 0.0, 10.0);
+    if (hasTies)
+        for (double& cost : costs) cost = std::floor(cost);
+    int const rows = costs.getRow(), cols = costs.getCol();
+    Munkres grid(rows, cols);
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j) grid.setCell(i, j, CellType{.cost = costs[i][j]});
+    grid.solve();
+
+    Vector inRow(rows), inCol(cols);
+    double total = 0.0;
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j) {
+            if (!grid.getCell(i, j).starred) continue;
+            total += costs[i][j];
+            RC_ASSERT(++inRow[i] == 1.0 && ++inCol[j] == 1.0);
+        }
+    RC_ASSERT(std::reduce(inRow.begin(), inRow.end()) == std::min(rows, cols));
+    RC_ASSERT(std::abs(total - leastTotal(costs)) < 1e-13);  // a few sums of costs below 10
 }
 
 }  // namespace
