@@ -79,11 +79,11 @@ TEST(Estimator, LifeCycleAndMisuse)
     expectMathErrors(notEstimated, {[&] { plan.getRMS3D(); }, [&] { plan.getNormal(); },
                                     [&] { plan.getDistToOrigin(); }, [&] { line.getEstimCov(); }});
     expectMathErrors("Uncompatible vector/coll sizes",
-                     {[&] { plan.computeResiduals(Vector(4), two, three); },
-                      [&] { line.computeResiduals(two2, two, three); }});
+                     {[&] { Open<PlanEstimator>::computeResiduals(Vector(4), two, three); },
+                      [&] { Open<LineEstimator>::computeResiduals(two2, two, three); }});
     expectMathErrors("Invalid parameters vector size",
-                     {[&] { plan.computeResiduals(Vector(3), two, two2); },
-                      [&] { line.computeResiduals(three, two, two2); }});
+                     {[&] { Open<PlanEstimator>::computeResiduals(Vector(3), two, two2); },
+                      [&] { Open<LineEstimator>::computeResiduals(three, two, two2); }});
 
     MeanEstimator mean;
     mean.setDataSize(3);
