@@ -96,7 +96,7 @@ TEST(Buckets, SparseBucketsAreDrawnByTheirSharesToo)
         ++thirdCell[std::floor(sample[2][0])];
     }
     EXPECT_EQ(thirdCell[3.0] + thirdCell[5.0], draws);
-    EXPECT_NEAR(thirdCell[5.0], draws / 4, 5.0 * std::sqrt(draws * 3.0 / 16.0));
+    EXPECT_NEAR(thirdCell[5.0], draws / 4.0, 5.0 * std::sqrt(draws * 3.0 / 16.0));
 }
 
 TEST(Buckets, MisuseThrowsAndKeepsWhatWasThere)

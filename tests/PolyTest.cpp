@@ -34,8 +34,8 @@ std::vector<T> product(std::vector<T> const& roots)
 double backwardError(Vector const& c, std::vector<Root> const& roots)
 {
     std::vector<LongComplex> wide(roots.begin(), roots.end());
-    std::vector<long double> sizes;
-    for (LongComplex const& z : wide) sizes.push_back(-std::abs(z));
+    std::vector<long double> sizes(wide.size());
+    std::ranges::transform(wide, sizes.begin(), [](LongComplex const& z) { return -std::abs(z); });
     auto const rebuilt = product(wide);
     auto const largest = product(sizes);
     double worst = 0.0;
@@ -58,8 +58,8 @@ Vector random(RandomData& data, int n, double decades)
 template <class RootOf>
 Vector withRoots(int n, RootOf rootOf)
 {
-    std::vector<long double> roots;
-    for (int i = 0; i < n; ++i) roots.push_back(rootOf(i));
+    std::vector<long double> roots(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) roots[static_cast<std::size_t>(i)] = rootOf(i);
     auto const c = product(roots);
     return toVector(std::vector<double>(c.begin(), c.end()));
 }

@@ -14,8 +14,8 @@ namespace {
 std::vector<int> drawsOf(unsigned int seed, int count)
 {
     std::srand(seed);
-    std::vector<int> draws;
-    for (int i = 0; i < count; ++i) draws.push_back((std::rand() >> 16) & 0x7fff);
+    std::vector<int> draws(static_cast<std::size_t>(count));
+    for (int& draw : draws) draw = (std::rand() >> 16) & 0x7fff;
     std::srand(seed);
     return draws;
 }

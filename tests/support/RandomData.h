@@ -37,8 +37,8 @@ public:
     /// `count` vectors of `n` elements uniform over [low, high).
     std::vector<Vector> vectors(int count, int n, double low = -1.0, double high = 1.0)
     {
-        std::vector<Vector> result;
-        for (int i = 0; i < count; ++i) result.push_back(vector(n, low, high));
+        std::vector<Vector> result(static_cast<std::size_t>(count));
+        for (Vector& v : result) v = vector(n, low, high);
         return result;
     }
 
