@@ -142,6 +142,7 @@ def main(data="data", picture=None):
     left.plot(*scan[outlier, :2].T, ".", ms=1, color="0.7")
     left.plot(*scan[~outlier, :2].T, ".", ms=1)
     middle.set_title("coin [pixel]")
+    middle.invert_yaxis()  # as in the image
     middle.plot(*outline.T, ".", *ellipse.T, *spline.T)
     right.set_title("track [m]")
     right.plot(*seen.T, "+", *estimated.T)
