@@ -50,15 +50,15 @@ std::optional<Coin> coinNear(Vector const& place, Points const& points)
 
 std::vector<Coin> findCoins(Points points)
 {
-    std::vector<Coin> coins;
+    std::vector<Coin> found;
     for (int attempt = 0; attempt < 300 && !points.empty(); ++attempt) {
         auto const nbPoints = static_cast<unsigned int>(points.size());
         std::optional<Coin> const coin = coinNear(points[rand(0u, nbPoints)], points);
         if (!coin) continue;
         points = selected(points, [&](Vector const& p) { return isBeyond(*coin, p); });
-        coins.push_back(*coin);
+        found.push_back(*coin);
     }
-    return coins;
+    return found;
 }
 
 }  // namespace
