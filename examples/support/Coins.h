@@ -67,7 +67,8 @@ inline std::string measuredAxis(int k, Coin const& coin)
     EllipseEstimator ellipse;
     ellipse.setDataColl(coin.edge);
     if (!ellipse.estim()) throw std::runtime_error("no ellipse was found");
-    auto const f = [k](Vector const& conic) { return axesOf(conic)[k]; };
+    // Not axesOf(conic)[k], of which g++ 12 at -O3 thinks that the vector may be empty.
+    auto const f = [k](Vector const& conic) { return axesOf(conic)(k, 1).length(); };
     Vector const& conic = ellipse.getEstimParams();
     return measured(f(conic), uncertainty(f, conic, ellipse.getEstimCov()), "px");
 }
