@@ -245,7 +245,7 @@ Roots rootsOf(Coefficients const& c)
     std::vector<Edge> const polygon = newtonPolygon(c);
     std::vector<Edges> sets;
     if (degree(c) <= 2)
-        sets.push_back(polygon);
+        sets.emplace_back(polygon);
     else
         divide(polygon, sets);
     Roots roots;

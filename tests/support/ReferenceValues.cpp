@@ -26,8 +26,8 @@ std::vector<KnownRotation> knownRotations()
 {
     std::vector<KnownRotation> rotations;
     for (auto const& row : readReference("rotations.csv"))
-        rotations.push_back(
-            {Vector(&row[0], 3), Matrix(&row[3], 3, 3), Vector(&row[12], 4), Vector(&row[16], 3)});
+        rotations.push_back({Vector(row.data(), 3), Matrix(&row[3], 3, 3), Vector(&row[12], 4),
+                             Vector(&row[16], 3)});
     return rotations;
 }
 
@@ -36,8 +36,8 @@ double ulps(TVector<double> const& a, TVector<double> const& b, double size)
     double worst = a.size() == b.size() ? 0 : std::numeric_limits<double>::infinity();
     for (int i = 0; i < std::min(a.getSize(), b.getSize()); ++i) {
         double const difference = std::abs(a[i] - b[i]);
-        worst = std::max(
-            worst, std::isnan(difference) ? std::numeric_limits<double>::infinity() : difference);
+        if (std::isnan(difference)) return std::numeric_limits<double>::infinity();
+        worst = std::max(worst, difference);
     }
     return worst == 0 ? 0 : worst / (std::numeric_limits<double>::epsilon() * size);
 }

@@ -121,7 +121,7 @@ std::uint64_t BoxGrid::countInside(std::vector<HalfSpace> const& planes, double 
                                    double halfCell) const
 {
     std::vector<CornerTest> const tests = cornerTests(planes, halfCell);
-    auto const longest = std::max_element(
+    auto const* const longest = std::max_element(
         _axes, _axes + 3, [](auto const& a, auto const& b) { return a.size() < b.size(); });
     switch (longest - _axes) {
         case 0:

@@ -31,7 +31,7 @@ void multiplyFours(double const* a, double const* b, double* c, int m)
     auto const* const rows = reinterpret_cast<Two const*>(b);
     for (int i = 0; i < m; ++i, a += 4, c += 4) {
         Two left = a[0] * rows[0], right = a[0] * rows[1];
-        for (int k = 1; k < 4; ++k) {
+        for (std::ptrdiff_t k = 1; k < 4; ++k) {
             left += a[k] * rows[2 * k];
             right += a[k] * rows[2 * k + 1];
         }
