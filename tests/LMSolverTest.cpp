@@ -231,21 +231,20 @@ TEST_F(LMSolvers, TellHowTheyEnded)
 TEST_F(LMSolvers, CovarianceInvertsTheNormalMatrixUpToTheRank)
 {
     RandomData random(5);
-    for (int const n : {1, 2, 5}) {
-        Matrix A = random.matrix(20, n);
+    for (unsigned int const n : {1U, 2U, 5U}) {
+        Matrix A = random.matrix(20, static_cast<int>(n));
         Scripted<> costFun;
-        costFun.initCostFun(20, static_cast<unsigned int>(n));
+        costFun.initCostFun(20, n);
         costFun.fun = [&](Vector const& p, Vector& r) { r = A * p + random.vector(20, 1.0, 1.1); };
         costFun.jac = [&](Vector const&, Matrix& J) { J = A; };
-        OpenSolver solver(costFun, random.vector(n));
+        OpenSolver solver(costFun, Vector(n)), dependent = solver;
         solver.solve();
         EXPECT_EQ(solver.getCov().equals((A.transpose() * A).inverse(), 1e-12), 1) << n;
-        EXPECT_EQ(solver.getJacRank(), static_cast<unsigned int>(n));
+        EXPECT_EQ(solver.getJacRank(), n);
 
         A.setColVector(n - 1, A.getColVector(0));  // dependent unless it is the only one
-        OpenSolver dependent(costFun, random.vector(n));
         dependent.solve();
-        EXPECT_EQ(dependent.getJacRank(), n == 1 ? 1U : static_cast<unsigned int>(n - 1));
+        EXPECT_EQ(dependent.getJacRank(), n == 1 ? 1 : n - 1);
     }
 }
 
