@@ -84,7 +84,6 @@ void sampleByHand(benchmark::State& state)
 {
     BSplineSimple const curve = makeCurve();
     std::vector<double> const cubics = cubicsOf(curve);
-    constexpr std::ptrdiff_t perSpan = 2 * order;
     Pix::ListPoint<double> list;
     for (auto _ : state) {
         list.clear();
@@ -93,7 +92,7 @@ void sampleByHand(benchmark::State& state)
         for (double s = 0.0; s < 100.0; s += step) {
             if (s >= start + 1.0) {
                 start += 1.0;
-                a += perSpan;
+                a += 2 * order;
             }
             double const u = s - start;
             list.push_back({((a[6] * u + a[4]) * u + a[2]) * u + a[0],

@@ -59,9 +59,7 @@ void measureData(Options const& options)
     write(options.page, page(panels));
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     Options options;
     CLI::App app(
@@ -77,9 +75,16 @@ int main(int argc, char** argv)
     app.add_option("--data", options.data, "directory of the measured data")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
 
+    options.points.empty() ? measureData(options) : measurePoints(options);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
     try {
-        options.points.empty() ? measureData(options) : measurePoints(options);
-        return 0;
+        return run(argc, argv);
     } catch (std::exception const& error) {
         std::cerr << "measuremath-demo: " << error.what() << '\n';
         return 1;

@@ -25,7 +25,8 @@ std::string filled(std::string_view frame, Values const& values)
     std::string text(frame);
     for (auto const& [name, value] : values) {
         std::string const place = "{{" + name + "}}";
-        for (auto at = text.find(place); at != text.npos; at = text.find(place, at + value.size()))
+        for (auto at = text.find(place); at != std::string::npos;
+             at = text.find(place, at + value.size()))
             text.replace(at, place.size(), value);
     }
     return text;
@@ -39,7 +40,7 @@ std::string code(std::string_view source)
     std::size_t indent = 0;
     bool inside = false;
     for (std::string line; std::getline(lines, line);) {
-        if (line.find("//! [") != line.npos) {
+        if (line.find("//! [") != std::string::npos) {
             inside = !inside;
             if (inside && !result.empty()) result += "\n";
             indent = line.find('/');

@@ -39,6 +39,7 @@ inline cv::Mat_<double> asOpenCV(Matrix& m)
 /// OpenCV has no array of constant elements: nothing stops a copy of the result from writing to
 /// `v` or `m`, and to all that shares its buffer. Hand it to inputs only.
 /// @{
+// The const keeps asOpenCV(v)(0) = x from compiling. NOLINTBEGIN(readability-const-return-type)
 
 /// The elements of `v` as an n × 1 array of double.
 inline cv::Mat_<double> const asOpenCV(Vector const& v)
@@ -50,6 +51,7 @@ inline cv::Mat_<double> const asOpenCV(Matrix const& m)
 {
     return {m.getRow(), m.getCol(), const_cast<double*>(m.begin())};
 }
+// NOLINTEND(readability-const-return-type)
 /// @}
 
 /// @name A view of a temporary would dangle
