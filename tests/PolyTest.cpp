@@ -127,29 +127,25 @@ TEST(Poly, DropsLeadingZerosAndKeepsTrailingOnesAsExactRoots)
 
 TEST(Poly, QuadraticsAreExactToTheLastDigits)
 {
-    struct Quadratic {
-        double a, b, c;
-        Root first, second;
-    };
-    Quadratic const cases[] = {
-        {1, 2, 1, -1.0, -1.0},
-        {1, 0, 4, {0, -2}, {0, 2}},
-        {2, 2, 5, {-0.5, -1.5}, {-0.5, 1.5}},
-        {1, -1e8, 1, 1.0000000000000001e-8, 99999999.99999999},
-        {1, 1e200, 1, -1e200, -1e-200},
-        {1e-300, -3e-300, 2e-300, 1.0, 2.0},
-        {1e300, -3e300, 2e300, 1.0, 2.0},
-        {1e-200, -3.0, 2e200, 1e200, 2e200},
-        // b² and 4ac agree in sixteen digits: the discriminant is 4.
-        {94906265.625, -2 * 94906267.0, 94906268.375, 1.0, 1.000000028975958},
-    };
-    constexpr double tolerance = 4 * std::numeric_limits<double>::epsilon();
-    for (Quadratic const& q : cases) {
-        std::vector<Root> const roots = poly(Vector::of({q.a, q.b, q.c}));
+    auto const expectRoots = [](double a, double b, double c, Root first, Root second) {
+        constexpr double tolerance = 4 * std::numeric_limits<double>::epsilon();
+        std::vector<Root> const roots = poly(Vector::of({a, b, c}));
         ASSERT_EQ(roots.size(), 2U);
-        EXPECT_LE(std::abs(roots[0] - q.first), tolerance * std::abs(q.first)) << roots[0];
-        EXPECT_LE(std::abs(roots[1] - q.second), tolerance * std::abs(q.second)) << roots[1];
+        EXPECT_LE(std::abs(roots[0] - first), tolerance * std::abs(first)) << roots[0] << first;
+        EXPECT_LE(std::abs(roots[1] - second), tolerance * std::abs(second)) << roots[1] << second;
+    };
+    RandomData random(14);
+    constexpr int limit = 1 << 25;  // coefficients are exact, though b² and 4ac may nearly agree
+    for (int i = 0; i < 500; ++i) {
+        double const p = random.integer(-limit, limit), im = random.integer(0, limit);
+        double const q = p + random.integer(0, i % 2 == 0 ? 3 : limit);
+        double const k = std::exp2(random.integer(-200, 200));
+        double const a = std::exp2(random.integer(-500, 500));
+        expectRoots(a, -a * k * (p + q), a * k * k * (p * q), k * p, k * q);
+        expectRoots(a, -2 * a * k * p, a * k * k * (p * p + im * im), k * Root(p, -im),
+                    k * Root(p, im));
     }
+    expectRoots(1, 1e200, 1, -1e200, -1e-200);
 }
 
 TEST(Poly, RefusesWhatHasNoRootsToTell)
