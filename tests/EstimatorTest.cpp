@@ -51,6 +51,7 @@ struct Bare : Estimator {
     bool computeEstimation(Points const&) override { return true; }
     void computeResiduals(Vector const&, Vector&) const override {}
     using Estimator::estim;
+    using Estimator::getDataRandomSample;
     using Estimator::init;
 };
 
@@ -60,11 +61,13 @@ TEST(Estimator, LifeCycleAndMisuse)
     char const* const badSize = "Invalid data vector size in collection";
     char const* const tooFew = "Not enough data to ensure nbMinData";
     Points const two = {Vector::of({0, 0}), Vector::of({1, 1})}, mixed = {Vector(3), Vector(2)};
+    Points sample;
     Vector two2(2), three(3);
     Bare bare;
-    expectMathErrors("Init estimator before use",
-                     {[&] { bare.getNbMinData(); }, [&] { bare.getNbParams(); },
-                      [&] { bare.setDataColl(two); }, [&] { bare.estim(two); }});
+    expectMathErrors(
+        "Init estimator before use",
+        {[&] { bare.getNbMinData(); }, [&] { bare.getNbParams(); }, [&] { bare.setDataColl(two); },
+         [&] { bare.estim(two); }, [&] { bare.getDataRandomSample(sample); }});
     EXPECT_MATH_ERROR(bare.init(0, 1), "NbParams should not be null");
     EXPECT_MATH_ERROR(bare.init(1, 0), "NbMinData should not be null");
     bare.init(3, 2);
@@ -74,7 +77,8 @@ TEST(Estimator, LifeCycleAndMisuse)
 
     Open<PlanEstimator> plan;
     Open<LineEstimator> line;
-    expectMathErrors("Set DataColl before use", {[&] { line.getNbData(); }, [&] { line.estim(); }});
+    expectMathErrors("Set DataColl before use", {[&] { line.getNbData(); }, [&] { line.estim(); },
+                                                 [&] { line.getDataRandomSample(sample); }});
     line.setDataColl(two);
     expectMathErrors(notEstimated, {[&] { plan.getRMS3D(); }, [&] { plan.getNormal(); },
                                     [&] { plan.getDistToOrigin(); }, [&] { line.getEstimCov(); }});
