@@ -252,6 +252,12 @@ TEST(Models, AreFoundAmongOutliersByBothControllers)
             for (unsigned int i = 24; i < 36; ++i) EXPECT_TRUE(control->isOutlier(i)) << i;
             EXPECT_LT(control->getNbOutliers(), 12U + 6U);
             EXPECT_LT(control->getInlierRms(), 0.02);
+            Vector const r = residualsOf(model, control->getEstimParams());
+            double squares = 0.0;
+            for (unsigned int i = 0; i < 24; ++i)
+                squares += control->isOutlier(i) ? 0 : r[i] * r[i];
+            EXPECT_DOUBLE_EQ(control->getInlierRms(),
+                             std::sqrt(squares / (36 - control->getNbOutliers())));
         }
     }
 }
