@@ -175,7 +175,6 @@ Problem mghSystem(std::string const& name, Vector const& start)
 {
     int const size = start.getSize();
     Problem problem{name, size, {start}, 0.0, [=](X x, Dual* r) { f(x, r, size); }};
-    // The calling forms of MINPACK: NOLINTBEGIN(readability-non-const-parameter)
     problem.system = [](int* n, double* x, double* fvec, int*) {
         std::vector<Dual> const values = evaluate(f, x, *n);
         for (int i = 0; i < *n; ++i) fvec[i] = values[i].value;
@@ -188,7 +187,6 @@ Problem mghSystem(std::string const& name, Vector const& start)
             for (int j = 0; j < *n && *iflag == 2; ++j) fjac[i + j * *ldfjac] = values[i].by[j];
         }
     };
-    // NOLINTEND(readability-non-const-parameter)
     return problem;
 }
 

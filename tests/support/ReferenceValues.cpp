@@ -26,8 +26,8 @@ std::vector<KnownRotation> knownRotations()
 {
     std::vector<KnownRotation> rotations;
     for (auto const& row : readReference("rotations.csv"))
-        rotations.push_back({Vector(row.data(), 3), Matrix(&row[3], 3, 3), Vector(&row[12], 4),
-                             Vector(&row[16], 3)});
+        rotations.push_back(
+            {Vector(&row[0], 3), Matrix(&row[3], 3, 3), Vector(&row[12], 4), Vector(&row[16], 3)});
     return rotations;
 }
 
