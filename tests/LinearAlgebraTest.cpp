@@ -245,6 +245,9 @@ TEST(LinearAlgebra, FactorsThatOverflowAreRefused)
     EXPECT_MATH_ERROR(lq(A, o.N, o.M), "Matrix elements too large");
     EXPECT_EQ(o.M[0][0], Outputs::untouched);
     EXPECT_EQ(o.N[0][0], Outputs::untouched);
+    Matrix const last = Matrix::of({{1, 2, 2}, {0, 0, 1.7e308}});  // its factor L would fit
+    Matrix Q(2, 3);
+    EXPECT_MATH_ERROR(lq(last, o.M, Q), "Matrix elements too large");
     qr(0.25 * A, o.M, o.N);
     EXPECT_TRUE(isNear(o.M.transpose() * o.M, identity(2), 1e-15));
 }

@@ -144,7 +144,11 @@ public:
     }
 
     // Elements whose norms are beyond the largest double do not survive DGEQRF and DGELQF.
-    void requireFinite() const { require(lapack::isFinite(_array), "Matrix elements too large"); }
+    void requireFinite() const
+    {
+        bool const isFinite = lapack::isFinite(_array) && lapack::isFinite(_scales);
+        require(isFinite, "Matrix elements too large");
+    }
 
     double const* data() const { return _array.begin(); }
 
