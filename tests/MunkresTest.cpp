@@ -137,7 +137,7 @@ private:
 
     static int firstIn(Vector const& flags)
     {
-        auto const found = std::find(flags.begin(), flags.end(), 1.0);
+        auto const* const found = std::find(flags.begin(), flags.end(), 1.0);
         return found == flags.end() ? -1 : static_cast<int>(found - flags.begin());
     }
 
