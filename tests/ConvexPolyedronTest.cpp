@@ -128,6 +128,7 @@ TEST_P(AwkwardPlanes, GiveTheTopsAndVolumesOfTheDescribedMethod)
 
         Planes const tops = topsOfEveryTriple(body);
         ASSERT_EQ(body.getNbTops(), tops.size());
+        EXPECT_TRUE(body.getTops() == tops);
         for (std::size_t t = 0; t < tops.size(); ++t) EXPECT_EQ(ulps(body.getTop(t), tops[t]), 0.0);
         if (tops.empty()) continue;
         Vector min(3), max(3);

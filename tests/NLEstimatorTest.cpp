@@ -46,6 +46,7 @@ TEST_F(RoundModels, CylinderHasAUnitDirectionAndACovarianceOfRankFive)
     Vector const direction = cylinder.getAxisDirection();
     EXPECT_NEAR(direction.length(), 1.0, 1e-15);
     EXPECT_LT((direction + axis).length(), 0.05) << "the largest component is positive";
+    EXPECT_LT(cylinder.getAxisPoint().cross(axis).length(), 0.05) << "it passes the origin";
     Vector values(7);
     Matrix vectors(7, 7);
     ASSERT_TRUE(eigenValuesVectors(cylinder.getEstimCov(), values, vectors));
