@@ -130,6 +130,15 @@ RC_GTEST_PROP(BSpline, AgreesWithTheRecursionOfDeBoorUpToItsEnd, ())
     }
 }
 
+TEST(BSpline, OfOrderOneIsAStair)
+{
+    BSpline const stair = makeCurve(1, Vector::of({0, 1, 2, 4}), {}, true);
+    for (double const s : {0.0, 0.5, 1.0, 3.9})
+        EXPECT_EQ(stair.computeCurvePoint(s), stair.getControlPoints()[at(s < 1   ? 0
+                                                                          : s < 2 ? 1
+                                                                                  : 2)]);
+}
+
 TEST(BSpline, UniformStructureFollowsFromTheControlPoints)
 {
     BSplineSimple const open = makeSimple(4, randomPoints(7), true);

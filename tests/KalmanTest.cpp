@@ -264,6 +264,7 @@ TEST(Kalman, SettersOfDimensionsSizeWhatDependsOnThem)
 {
     using Size = std::pair<int, int>;
     auto const size = [](Matrix const& m) { return Size(m.getRow(), m.getCol()); };
+    EXPECT_EQ(size(LinearFilter(2, 1, 1, 3)._gain), Size(2, 3)) << "here by values";
     LinearFilter filter(0, 0, 0, 0);
     filter.setDimObs(2);
     filter.setDimObsFct(3u);

@@ -298,6 +298,10 @@ TEST_F(LMSolvers, ShowEachIterationToTheCallbackAndStopWhenItSaysSo)
     solver.setCallBackFcn([](LMSolver const&) { return false; });
     solver.solve();
     EXPECT_EQ(solver.getEndFlag(), LMSolver::UserEnd) << "a stop wins";
+    solver.setCallBackFcn(nullptr);
+    solver.setInitVecSol(Vector(2));
+    solver.solve();
+    EXPECT_EQ(solver.getEndFlag(), LMSolver::NormalEnd) << "and ends with its solve";
 }
 
 TEST_F(LMSolvers, LetExceptionsOutAndStayReady)

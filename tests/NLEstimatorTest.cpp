@@ -46,7 +46,11 @@ TEST_F(RoundModels, CylinderHasAUnitDirectionAndACovarianceOfRankFive)
     Vector const direction = cylinder.getAxisDirection();
     EXPECT_NEAR(direction.length(), 1.0, 1e-15);
     EXPECT_LT((direction + axis).length(), 0.05) << "the largest component is positive";
-    EXPECT_LT(cylinder.getAxisPoint().cross(axis).length(), 0.05) << "it passes the origin";
+    Vector const point = cylinder.getAxisPoint();
+    EXPECT_LT(point.cross(axis).length(), 0.05) << "it passes the origin";
+    Vector mean(3);
+    for (Vector const& p : points) mean += p / 40.0;
+    EXPECT_NEAR((point - mean).dot(direction), 0.0, 1e-12) << "next to the mean";
     Vector values(7);
     Matrix vectors(7, 7);
     ASSERT_TRUE(eigenValuesVectors(cylinder.getEstimCov(), values, vectors));

@@ -3,11 +3,15 @@
 #include "support/MathErrorExpectations.h"
 #include "support/PublishedProblems.h"
 
+#include <cminpack.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <initializer_list>
+#include <set>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -37,6 +41,45 @@ TEST(Powell, SolvesPublishedSystems)
         EXPECT_GT(numeric.getIterationNb(), problem.m) << problem.name;
         EXPECT_EQ(analytic.getIterationNb(), 0) << "kept: not reported";
     }
+}
+
+// MINPACK's own driver, with the settings that are promised.
+int viaDriver(NumPowell::Function function, Vector& x)
+{
+    int const n = x.getSize();
+    std::vector<double> fvec(x.size()), work(static_cast<std::size_t>(n * (3 * n + 13) / 2));
+    auto const call = [](void* f, int m, double const* p, double* r, int flag) {
+        (*static_cast<NumPowell::Function*>(f))(&m, const_cast<double*>(p), r, &flag);
+        return flag;
+    };
+    return hybrd1(call, &function, n, x.begin(), fvec.data(), defaultTolerance, work.data(),
+                  static_cast<int>(work.size()));
+}
+
+// Without a root; far starts come to a first step that is bounded, near ones to slow progress.
+void rootless(int* n, double* x, double* fvec, int*)
+{
+    for (int i = 0; i < *n; ++i) fvec[i] = 1.0 + x[i] * x[i] * x[(i + 1) % *n];
+    fvec[0] = 1.0 + x[0] * x[0];
+}
+
+TEST(Powell, StepsAsMinpacksDriverDoes)
+{
+    std::vector<std::pair<NumPowell::Function, Vector>> cases;
+    for (Problem const& problem : mghSystems())
+        cases.emplace_back(problem.system, problem.starts[0]);
+    cases.emplace_back(rootless, Vector::of({0.5, -2.0}));
+    std::set<int> infos;
+    for (auto const& [function, start] : cases)
+        for (double const scale : {1e-3, 1.0, 10.0, 1000.0}) {
+            Vector x = scale * start;
+            NumPowell solver(x.getSize(), function);
+            startAt(solver, x).compute();
+            EXPECT_EQ(solver.getInfo(), viaDriver(function, x));
+            EXPECT_EQ(solver.getParams(), x);
+            infos.insert(solver.getInfo());
+        }
+    EXPECT_EQ(infos, (std::set<int>{1, 4})) << "some find a root, some do not";
 }
 
 int calls = 0;

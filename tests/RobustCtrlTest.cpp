@@ -68,6 +68,7 @@ struct Consensus : Ransac {
         setOutliersThreshold(1.0);
     }
     using RobustCtrl::computeNbSamples;
+    using RobustCtrl::randSampleEstim;
 };
 
 TEST(RobustCtrl, NumberOfSamplesFollowsTheFormulaTruncated)
@@ -93,6 +94,17 @@ TEST(RobustCtrl, NumberOfSamplesFollowsTheFormulaTruncated)
         EXPECT_MATH_ERROR(ransac.computeNbSamples(e), "Bad outlier ratio");
     for (double const e : {-0.1, 1.5, nan})
         EXPECT_MATH_ERROR(ransac.computeNbSamples(e), "Invalid outlier ratio should be in [0;1]");
+}
+
+TEST(RobustCtrl, AFailedTrialLeavesResidualsOfZero)
+{
+    ScriptedEstimator estimator(2, 4, [](int k) { return supported(4, k - 1); });
+    Consensus ransac(estimator);
+    Vector residuals = Vector::of({1, 2, 3, 4});
+    EXPECT_FALSE(ransac.randSampleEstim(residuals));
+    EXPECT_EQ(residuals, Vector(4));
+    EXPECT_TRUE(ransac.randSampleEstim(residuals));
+    EXPECT_EQ(residuals[3], 5.0);
 }
 
 TEST(Ransac, ABetterSampleShortensTheBudgetCountedFromTheFirstTrial)
