@@ -326,4 +326,20 @@ TEST(RobustRefit, IsTheFitOfTheInliers)
     }
 }
 
+TEST(Estimators, OtherPointsHaveSignedDistancesAsResiduals)
+{
+    std::vector<Vector> const points = RandomData(8).vectors(5, 3);
+    std::vector<Vector> flat;
+    for (Vector const& p : points) flat.push_back(p(0, 2));
+    Vector const line = Vector::of({0.3, 0.7}), plane = Vector::of({2.0, -1.0, 2.0, 1.5});
+    Vector toLine(5), toPlane(5);
+    Open<LineEstimator>::computeResiduals(line, flat, toLine);
+    Open<PlanEstimator>::computeResiduals(plane, points, toPlane);
+    for (int i = 0; i < 5; ++i) {
+        Vector const& p = points[static_cast<std::size_t>(i)];
+        EXPECT_NEAR(toLine[i], p[1] * std::cos(0.3) - p[0] * std::sin(0.3) - 0.7, 1e-15);
+        EXPECT_NEAR(toPlane[i], (plane(0, 3).dot(p) - 1.5) / 3.0, 1e-15);
+    }
+}
+
 }  // namespace
