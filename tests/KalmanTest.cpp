@@ -278,6 +278,7 @@ TEST(Kalman, SettersOfDimensionsSizeWhatDependsOnThem)
     EXPECT_EQ(filter._obsFctValue.size(), 2u) << "by observations";
 
     filter.setDimObsFct(1);
+    EXPECT_EQ(size(filter._obsJacParams), Size(1, 2));
     filter.start(2, 2, 1, 1);
     LinearFilter made;
     for (LinearFilter* const same : {&filter, &made}) same->predict(), same->update();

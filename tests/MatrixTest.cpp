@@ -176,6 +176,7 @@ TEST(Matrix, MisuseThrowsAndChangesNothing)
     EXPECT_MATH_ERROR(m -= transposed, badDim);
     EXPECT_MATH_ERROR(m + transposed, badDim);
     EXPECT_MATH_ERROR(-m - transposed, badDim);
+    EXPECT_MATH_ERROR(m + Matrix(2, 4), badDim);
     EXPECT_MATH_ERROR(m * m, badDim);
     EXPECT_MATH_ERROR(static_cast<void>(m.equals(transposed, 1.0)), badDim);
     EXPECT_MATH_ERROR(static_cast<void>(m == transposed), badDim);
