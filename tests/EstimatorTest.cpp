@@ -208,6 +208,20 @@ TEST(Models, OfARadiusHaveErrorsThatAgreeWithTheirCovariance)
     }
 }
 
+// The points with others well off the model beside them, one of which is no number.
+Points withOutliers(Points const& good, Estimator& model, Vector const& best)
+{
+    RandomData random(3);
+    Points data = good;
+    while (data.size() < 36) {
+        data.push_back(good[0] + random.vector(good[0].getSize(), -5.0, 5.0));
+        model.setDataColl(data);
+        if (std::abs(*(residualsOf(model, best).end() - 1)) < 0.3) data.pop_back();
+    }
+    data.back()[1] = nan;
+    return data;
+}
+
 // Arcs and patches of 24 points with noise of 0.01, up to a million from the origin, and outliers.
 TEST(Models, AreFoundAmongOutliersByBothControllers)
 {
@@ -228,15 +242,7 @@ TEST(Models, AreFoundAmongOutliersByBothControllers)
         model.setDataColl(good);
         ASSERT_TRUE(model.estim());
         Vector const best = model.getEstimParams();
-        RandomData random(3);
-        Points data = good;
-        while (data.size() < 36) {
-            data.push_back(good[0] + random.vector(dimension, -5.0, 5.0));
-            model.setDataColl(data);
-            if (std::abs(*(residualsOf(model, best).end() - 1)) < 0.3) data.pop_back();
-        }
-        data.back()[1] = nan;
-
+        Points const data = withOutliers(good, model, best);
         Ransac ransac;
         LMedS lmeds;
         ransac.setOutliersThreshold(0.1);
