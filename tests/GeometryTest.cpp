@@ -108,6 +108,8 @@ TEST(LineUtils, Line2DHoldsItsPointsAndIsNormalised)
     EXPECT_EQ(line, Vector::of({0, 1, -3}));
     ptDir2DToCart2D(Vector::of({1e20, 1e20}), Vector::of({1, 1}), line);  // lost in point + dir
     EXPECT_EQ(line, Vector::of({1, -1, 0}));
+    ptDir2DToCart2D(Vector::of({1e20, 0}), Vector::of({1, 1}), line);  // its abscissa alone
+    EXPECT_EQ(line, Vector::of({1, 0, -1e20}));
 
     RandomData random(5);
     for (int i = 0; i < 50; ++i) {
