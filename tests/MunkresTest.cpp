@@ -153,9 +153,10 @@ TEST(Munkres, GivesTheStarsAndCostsOfTheLiteralSteps)
     for (auto const& [least, most] : ranges) {
         RandomData data(4711);
         for (int n = 0; n < 400; ++n) {
-            // Now and then beyond the 64 bits of one word.
+            // Now and then beyond the 64 bits of one word, and at its end.
             int const longest = n % 100 == 99 ? 80 : 11;
             Matrix costs(data.integer(1, longest), data.integer(1, longest));
+            if (n == 0) costs = Matrix(64, 64);
             for (double& cost : costs) cost = data.integer(least, most);
             LiteralMunkres const expected(costs);
             Munkres grid = solved(costs);
