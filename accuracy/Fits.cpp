@@ -73,8 +73,8 @@ FitError fitError(Model const& model, std::vector<double> const& coordinates,
     for (int i = 0; i < params.getSize(); ++i) {
         double const unit = epsilon * std::pow(size, model.powers[static_cast<std::size_t>(i)]);
         double const error = std::abs(params[i] - expected[i]);
-        if (!(error / unit <= worst.ulps)) worst.ulps = error / unit;
-        worst.deviations = std::max(worst.deviations, error / std::sqrt(variances[i]));
+        worst.ulps = larger(worst.ulps, error / unit);
+        worst.deviations = larger(worst.deviations, error / std::sqrt(variances[i]));
     }
     return worst;
 }
@@ -102,7 +102,7 @@ other fits are solved directly.)",
             Vector const expected(&rows[i][3], static_cast<int>(rows[i].size()) - 3);
             FitError const error = fitError(model, rows[i + 1], expected);
             cells.push_back(report.error(error.ulps, model.isIterated ? 1e7 : 200.0));
-            deviations = std::max(deviations, error.deviations);
+            deviations = larger(deviations, error.deviations);
         }
         cells.push_back(model.isIterated ? report.error(deviations * 1e9, 3e3) : "");
         report.row(model.name, cells);

@@ -127,9 +127,8 @@ void evaluate(benchmark::State& state)
     for (Operands<V> const& o : operands) {
         V const actual = Work::of(o);
         Plain const expected = Work::expected(o);
-        for (int i = 0; i < 3; ++i)
-            requireRight(std::abs(actual[i] - expected[i]) < 4e-14,
-                         state);  // 20 roundings of terms below 10
+        for (int i = 0; i < 3; ++i)  // 20 roundings of terms below 10
+            requireRight(std::abs(actual[i] - expected[i]) < 4e-14, state);
     }
     for (auto _ : state)
         for (Operands<V> const& o : operands) benchmark::DoNotOptimize(Work::of(o));

@@ -19,7 +19,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/library)
 set(library_package libmeasuremath${PROJECT_VERSION_MAJOR})
 set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(about "MeasureMath turns noisy measured points into planes, lines, ellipses, rigid
-transforms, tracks and curves. Fits tell their residuals, estimates their
+transforms, tracks and curves. Fits report their residuals, estimates their
 covariance.")
 
 # Names and describes the package of `component`, and installs the documents that Debian asks of

@@ -3,6 +3,7 @@
 
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
+#include "support/ReferenceValues.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +51,7 @@ double largestDistance(BSpline const& curve, std::vector<Vector> const& points)
 {
     double largest = 0.0;
     for (MatchedPointInfo const& info : curve.initMatchedPoints(points))
-        largest = std::max(largest, info.distance);
+        largest = larger(largest, info.distance);
     return largest;
 }
 

@@ -101,7 +101,7 @@ TEST(Conic, DecompositionMapsTheUnitCircleOntoTheEllipse)
         Matrix T(1, 1), R, S(5, 2);
         ellipseDecomposition(q, T, R, S);
 
-        EXPECT_TRUE((R.transpose() * R).equals(Matrix(3, 3, Matrix::IDENTITY), 8 * ulp));
+        EXPECT_TRUE(isNear(R.transpose() * R, Matrix(3, 3, Matrix::IDENTITY), 8 * ulp));
         EXPECT_NEAR(R.determinant3x3(), 1.0, 8 * ulp);
         EXPECT_NEAR(S[0][0], 2.0, 2.0 * e.precision());
         for (int i = 0; i < 12; ++i) {

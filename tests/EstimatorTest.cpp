@@ -73,7 +73,7 @@ TEST(Estimator, LifeCycleAndMisuse)
     bare.init(3, 2);
     EXPECT_MATH_ERROR(bare.estim(Points(1)), tooFew);
     EXPECT_TRUE(bare.estim(two));
-    EXPECT_TRUE(bare.getEstimCov() == Matrix(3, 3, Matrix::IDENTITY));
+    EXPECT_TRUE(isNear(bare.getEstimCov(), Matrix(3, 3, Matrix::IDENTITY), 0));
 
     Open<PlanEstimator> plan;
     Open<LineEstimator> line;
@@ -332,10 +332,10 @@ TEST(RobustRefit, IsTheFitOfTheInliers)
     }
 }
 
-TEST(Estimators, OtherPointsHaveSignedDistancesAsResiduals)
+TEST(LineAndPlane, OtherPointsHaveSignedDistancesAsResiduals)
 {
-    std::vector<Vector> const points = RandomData(8).vectors(5, 3);
-    std::vector<Vector> flat;
+    Points const points = RandomData(8).vectors(5, 3);
+    Points flat;
     for (Vector const& p : points) flat.push_back(p(0, 2));
     Vector const line = Vector::of({0.3, 0.7}), plane = Vector::of({2.0, -1.0, 2.0, 1.5});
     Vector toLine(5), toPlane(5);

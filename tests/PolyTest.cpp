@@ -2,6 +2,7 @@
 
 #include "support/MathErrorExpectations.h"
 #include "support/RandomData.h"
+#include "support/ReferenceValues.h"
 
 #include <gtest/gtest.h>
 
@@ -41,8 +42,8 @@ double backwardError(Vector const& c, std::vector<Root> const& roots)
     double worst = 0.0;
     for (std::size_t i = 0; i < rebuilt.size(); ++i) {
         LongComplex const difference = rebuilt[i] - static_cast<long double>(c[i]) / c[0];
-        if (std::abs(difference) > 0)
-            worst = std::max(worst, double(std::abs(difference) / largest[i]));
+        if (std::abs(difference) != 0)
+            worst = larger(worst, double(std::abs(difference) / largest[i]));
     }
     return worst;
 }

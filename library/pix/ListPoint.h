@@ -21,19 +21,21 @@ public:
     using const_iterator = typename std::vector<Point<T>>::const_iterator;
 
     void clear() noexcept { _points.clear(); }                 ///< Removes every point.
-    void reserve(size_type count) { _points.reserve(count); }  ///< Type of counts.
+    void reserve(size_type count) { _points.reserve(count); }  ///< Makes room.
     /// Appends a point at the end.
     void push_back(Point<T> const& point) { _points.push_back(point); }
 
     size_type size() const noexcept { return _points.size(); }  ///< Number of points.
     bool empty() const noexcept { return _points.empty(); }     ///< True without points.
 
-    Point<T>& operator[](size_type index) { return _points[index]; }              ///< For reading.
-    Point<T> const& operator[](size_type index) const { return _points[index]; }  ///< For reading.
-    Point<T>& front() { return _points.front(); }                                 ///< First point.
-    Point<T> const& front() const { return _points.front(); }                     ///< First point.
-    Point<T>& back() { return _points.back(); }                                   ///< Last point.
-    Point<T> const& back() const { return _points.back(); }                       ///< Last point.
+    /// Point `index`, below `size()`.
+    Point<T>& operator[](size_type index) { return _points[index]; }
+    /// @copydoc operator[](size_type)
+    Point<T> const& operator[](size_type index) const { return _points[index]; }
+    Point<T>& front() { return _points.front(); }              ///< First point.
+    Point<T> const& front() const { return _points.front(); }  ///< First point.
+    Point<T>& back() { return _points.back(); }                ///< Last point.
+    Point<T> const& back() const { return _points.back(); }    ///< Last point.
 
     iterator begin() noexcept { return _points.begin(); }              ///< First point.
     iterator end() noexcept { return _points.end(); }                  ///< One past the last point.

@@ -42,7 +42,18 @@ double ulps(TVector<double> const& a, TVector<double> const& b, double size)
     return worst == 0 ? 0 : worst / (std::numeric_limits<double>::epsilon() * size);
 }
 
+double larger(double a, double b)
+{
+    return a > b || std::isnan(a) ? a : b;
+}
+
 bool isNear(TVector<double> const& a, TVector<double> const& b, double tolerance)
 {
     return ulps(a, b, 1.0 / std::numeric_limits<double>::epsilon()) <= tolerance;
+}
+
+bool isNear(Matrix const& a, Matrix const& b, double tolerance)
+{
+    TVector<double> const &elements = a, &others = b;
+    return a.getRow() == b.getRow() && isNear(elements, others, tolerance);
 }
